@@ -1,0 +1,310 @@
+// Exports whose subsystems have not landed yet. Each one follows the common
+// protocol (prefix, then a message) and fails with -1; it moves to its own
+// file when its subsystem arrives.
+#include "api/error_channel.h"
+#include "qz3.h"
+
+extern "C" {
+
+QZ3_API int QZ3_Open(const char* name) {
+    return qz3::api::Guarded("QZ3_Open", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_Save(int ncir) {
+    return qz3::api::Guarded("QZ3_Save", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SaveAs(int ncir, const char* name) {
+    return qz3::api::Guarded("QZ3_SaveAs", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_Close(int ncir) {
+    return qz3::api::Guarded("QZ3_Close", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetValue(int ncir, const char* name, double* v) {
+    return qz3::api::Guarded("QZ3_GetValue", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SetValue(int ncir, const char* name, double v) {
+    return qz3::api::Guarded("QZ3_SetValue", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetText(int ncir, const char* name, char* text, int length) {
+    return qz3::api::Guarded("QZ3_GetText", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SetText(int ncir, const char* name, const char* text) {
+    return qz3::api::Guarded("QZ3_SetText", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetParam(int ncir, const char* name) {
+    return qz3::api::Guarded("QZ3_GetParam", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetParamValue(int ncir, int npar, double* v) {
+    return qz3::api::Guarded("QZ3_GetParamValue", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SetParamValue(int ncir, int npar, double v) {
+    return qz3::api::Guarded("QZ3_SetParamValue", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetParamText(int ncir, int npar, char* text, int length) {
+    return qz3::api::Guarded("QZ3_GetParamText", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SetParamText(int ncir, int npar, const char* text) {
+    return qz3::api::Guarded("QZ3_SetParamText", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SetTimeout(int ncir, int seconds) {
+    return qz3::api::Guarded("QZ3_SetTimeout", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SetStep(int ncir, double step) {
+    return qz3::api::Guarded("QZ3_SetStep", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetSimulationTime(int ncir, double* t) {
+    return qz3::api::Guarded("QZ3_GetSimulationTime", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_Start(int ncir) {
+    return qz3::api::Guarded("QZ3_Start", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_Simulate(int ncir, double interval) {
+    return qz3::api::Guarded("QZ3_Simulate", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SimulateInterval(int ncir, double interval) {
+    return qz3::api::Guarded("QZ3_SimulateInterval", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SimulateStep(int ncir) {
+    return qz3::api::Guarded("QZ3_SimulateStep", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SaveIC(int ncir) {
+    return qz3::api::Guarded("QZ3_SaveIC", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetTrace(int ncir, const char* name) {
+    return qz3::api::Guarded("QZ3_GetTrace", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_AddVTrace(int ncir, const char* name) {
+    return qz3::api::Guarded("QZ3_AddVTrace", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_AddITrace(int ncir, const char* name) {
+    return qz3::api::Guarded("QZ3_AddITrace", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_AddPTrace(int ncir, const char* name) {
+    return qz3::api::Guarded("QZ3_AddPTrace", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_AddVarTrace(int ncir, const char* name) {
+    return qz3::api::Guarded("QZ3_AddVarTrace", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_AddFuncTrace(int ncir, const char* text) {
+    return qz3::api::Guarded("QZ3_AddFuncTrace", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_DeleteTrace(int ncir, int ntrace) {
+    return qz3::api::Guarded("QZ3_DeleteTrace", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetDataSize(int ncir, int ntrace) {
+    return qz3::api::Guarded("QZ3_GetDataSize", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetDataAt(int ncir, int ntrace, int index, double* t, double* data) {
+    return qz3::api::Guarded("QZ3_GetDataAt", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetLastData(int ncir, int ntrace, double* t, double* data) {
+    return qz3::api::Guarded("QZ3_GetLastData", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetData(int ncir, int ntrace, double t, double* data) {
+    return qz3::api::Guarded("QZ3_GetData", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_DeleteOldData(int ncir) {
+    return qz3::api::Guarded("QZ3_DeleteOldData", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetInput(int ncir, const char* name) {
+    return qz3::api::Guarded("QZ3_GetInput", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SetInputValue(int ncir, int nin, double v) {
+    return qz3::api::Guarded("QZ3_SetInputValue", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_SetInputLogicalValue(int ncir, int nin, int v) {
+    return qz3::api::Guarded("QZ3_SetInputLogicalValue", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetOutput(int ncir, const char* name) {
+    return qz3::api::Guarded("QZ3_GetOutput", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetOutputValue(int ncir, int nout, double* v) {
+    return qz3::api::Guarded("QZ3_GetOutputValue", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetOutputLogicalValue(int ncir, int nout, int* v) {
+    return qz3::api::Guarded("QZ3_GetOutputLogicalValue", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_CalcAC(int ncir) {
+    return qz3::api::Guarded("QZ3_CalcAC", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetACTrace(int ncir, const char* name) {
+    return qz3::api::Guarded("QZ3_GetACTrace", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetACDataSize(int ncir, int ntrace) {
+    return qz3::api::Guarded("QZ3_GetACDataSize", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+QZ3_API int QZ3_GetACDataAt(int ncir, int ntrace, int index, double* f, double* mag, double* phase) {
+    return qz3::api::Guarded("QZ3_GetACDataAt", [&]() -> int {
+        qz3::api::AppendError("not available in this build");
+        return -1;
+    });
+}
+
+}  // extern "C"
