@@ -32,7 +32,7 @@ bool SameValue(double a, double b) {
 }  // namespace
 
 CData::CData(CDataLink* link, int id, uint32_t width)
-    : m_Link(link), m_Id(id), m_Width(width < 2 ? 2 : width), m_PointSize(m_Width * 8) {}
+    : m_Link(link), m_Id(id), m_Width(width == 3 ? 3 : 2), m_PointSize(m_Width * 8) {}
 
 CData::~CData() { Clear(); }
 
@@ -112,7 +112,9 @@ int CData::StorePoint(const double* point) {
     CDataBlock* target = m_Blocks[block];
     const int place = m_Count % kBlockPoints;
     double* at = target->PointAt(place);
-    std::memcpy(at, point, std::min<uint32_t>(m_Width, 3) * sizeof(double));
+    at[0] = point[0];
+    at[1] = point[1];
+    if (m_Width > 2) at[2] = point[2];
     m_Last = at;
     target->Widen(point[1]);
     if (target->m_Count < kBlockPoints) ++target->m_Count;

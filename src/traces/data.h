@@ -52,7 +52,8 @@ using ChunkGate = bool (*)(size_t bytes, void* context);
 
 class CData {
 public:
-    // A run of doubles: width 2 for transient traces, 3 for AC traces.
+    // A run of doubles: width 2 for transient traces, 3 for AC traces (any
+    // other width is taken as 2).
     CData(CDataLink* link, int id, uint32_t width = 2);
     virtual ~CData();
     CData(const CData&) = delete;
