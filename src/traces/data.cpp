@@ -1,5 +1,7 @@
 #include "traces/data.h"
 
+#include "expr/number_text.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -16,18 +18,12 @@ int64_t g_LiveChunks = 0;
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // Times equal within min(|a|,|b|)*1e-12, the comparison of event times.
-bool SameTime(double a, double b) {
-    return std::fabs(a - b) <= std::fmin(std::fabs(a), std::fabs(b)) * 1e-12;
-}
+bool SameTime(double a, double b) { return RealCompare(a, b) == 0; }
 
-bool NotAfter(double pointTime, double t) {
-    return pointTime < t || SameTime(pointTime, t);
-}
+bool NotAfter(double pointTime, double t) { return RealCompare(pointTime, t) <= 0; }
 
-// A repeat within this tolerance extends a flat stretch; 0 after 0 counts.
-bool SameValue(double a, double b) {
-    return std::fabs(a - b) <= std::fmin(std::fabs(a), std::fabs(b)) * 1e-12;
-}
+// A repeat within the same tolerance extends a flat stretch; 0 after 0 counts.
+bool SameValue(double a, double b) { return RealCompare(a, b) == 0; }
 
 }  // namespace
 
