@@ -122,7 +122,9 @@ bool CData::NewBlock() {
     if (m_Chunk == nullptr) {
         unsigned char* chunk = AllocateChunk();
         if (chunk == nullptr) {
-            if (m_Blocks.Count() == 0) return false;
+            // A stored run is a fixed record: recycling would misplace the
+            // times of its samples, so it just stops growing.
+            if (m_Blocks.Count() == 0 || m_Type != kSampleDouble) return false;
             chunk = RecycleOldestChunk();
         }
         m_Chunk = chunk;

@@ -539,4 +539,16 @@ TEST(CData, StoredSamplesReadThroughTheirScaling) {
     ASSERT_EQ(bytes.size(), 600u);
     EXPECT_EQ(std::memcmp(bytes.data(), raw.data(), bytes.size()), 0);
     EXPECT_FALSE(run.SetStoredType(kSampleInt8, 0, 1, 0, 1, 0));  // not empty
+
+    // Out of memory, a stored run keeps its first samples and stops.
+    ChunkBudget budget{1};
+    CData bytes8(&link, 1);
+    bytes8.SetChunkGate(&ChunkBudget::Allow, &budget);
+    ASSERT_TRUE(bytes8.SetStoredType(kSampleUInt8, 0.0, 1.0, 0.0, 1.0, 0.0));
+    std::vector<uint8_t> many(kChunkPoints + 10, 7);
+    many[0] = 3;
+    EXPECT_EQ(bytes8.AddSamples(many.data(), kChunkPoints + 10), kChunkPoints);
+    ASSERT_TRUE(bytes8.GetPoint(0, t, v, false));
+    EXPECT_EQ(v, 3.0);
+    EXPECT_EQ(bytes8.m_Bytes, kChunkPoints);
 }
