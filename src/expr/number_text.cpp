@@ -1,0 +1,333 @@
+#include "expr/number_text.h"
+
+#include <locale.h>
+#include <stdlib.h>
+#include <strings.h>
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+
+namespace qz3 {
+
+std::string& ExprError() {
+    static std::string message;
+    return message;
+}
+
+namespace {
+
+constexpr size_t kMaxNumberText = 127;
+
+// Number text must read the same whatever locale the host has set.
+locale_t CLocale() {
+    static const locale_t loc = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
+    return loc;
+}
+
+double StrtodC(const char* s, char** end) { return strtod_l(s, end, CLocale()); }
+
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r'; }
+
+int HexDigitValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    return -1;
+}
+
+bool Fail(std::string_view quoted, const char* tail) {
+    std::string& e = ExprError();
+    e = "Syntax error: '";
+    e.append(quoted);
+    e += tail;
+    return false;
+}
+
+bool FailOnChar(char c, const char* tail) { return Fail(std::string_view(&c, 1), tail); }
+
+// Power of ten of a multiplier letter, or 0 when the letter isn't one.
+int MultiplierPower(char c) {
+    switch (c) {
+        case 'T': return 12;
+        case 'G': return 9;
+        case 'M': return 6;
+        case 'K':
+        case 'k': return 3;
+        case 'm': return -3;
+        case 'u': return -6;
+        case 'n': return -9;
+        case 'p': return -12;
+        case 'f': return -15;
+        default: return 0;
+    }
+}
+
+// The working copy of a number text, blanks removed. 127 characters plus an
+// appended exponent ("e-15") plus the terminator fit without allocating.
+struct NumberBuffer {
+    char s[136];
+    size_t n = 0;   // length
+    size_t start = 0;  // index behind the sign
+    bool negative = false;
+    bool want64 = false;
+    bool imaginary = false;
+
+    explicit NumberBuffer(std::string_view text) {
+        for (char c : text)
+            if (!IsBlank(c)) s[n++] = c;
+        s[n] = '\0';
+        if (n > 0 && (s[0] == '+' || s[0] == '-')) {
+            negative = s[0] == '-';
+            start = 1;
+        }
+    }
+    char At(size_t i) const { return i < n ? s[i] : '\0'; }
+    bool EndsWith(const char* tail) const {
+        const size_t k = std::strlen(tail);
+        return n >= k && std::memcmp(s + n - k, tail, k) == 0;
+    }
+    void Cut(size_t count) { n -= count; s[n] = '\0'; }
+    void AppendPower(int power) {
+        char* end = std::to_chars(s + n, s + sizeof(s) - 1, power).ptr;
+        n = static_cast<size_t>(end - s);
+        s[n] = '\0';
+    }
+};
+
+bool IsRadixPrefix(const NumberBuffer& b) {
+    const char c = b.At(b.start + 1);
+    return b.At(b.start) == '0' && (c == 'B' || c == 'b' || c == 'X' || c == 'x');
+}
+
+bool IsLowerInf(const NumberBuffer& b) {
+    return b.At(b.start) == 'i' && b.n - b.start == 3 && strncasecmp(b.s + b.start, "inf", 3) == 0;
+}
+
+void TakeSuffix(NumberBuffer& b) {
+    if (b.n >= 4 && b.EndsWith("i64")) {
+        b.Cut(3);
+        b.want64 = true;
+    } else if (b.n > 0 && b.s[b.n - 1] == 'j') {
+        b.Cut(1);
+        b.imaginary = true;
+    }
+}
+
+bool ParseFloating(const NumberBuffer& b, CValue& out) {
+    char* end = nullptr;
+    const double x = StrtodC(b.s, &end);
+    if (end != b.s + b.n) return FailOnChar(*end, "' is invalid character");
+    if (b.imaginary)
+        out.SetComplex(0.0, x);
+    else
+        out.SetDouble(x);
+    return true;
+}
+
+void SetInteger(const NumberBuffer& b, uint64_t magnitude, CValue& out) {
+    const int64_t m = static_cast<int64_t>(magnitude);
+    const bool fits32 = static_cast<int64_t>(static_cast<int32_t>(m)) == m;
+    // The sign is applied after the width is chosen: -2147483648 is 64-bit.
+    const int64_t value = static_cast<int64_t>(b.negative ? 0 - magnitude : magnitude);
+    if (b.want64 || !fits32)
+        out.SetInt64(value);
+    else
+        out.SetInt(static_cast<int32_t>(value));
+}
+
+bool TooBig(const NumberBuffer& b) {
+    return Fail(std::string_view(b.s + b.start, b.n - b.start), "' is too big for 64 bit integer");
+}
+
+bool ParseHex(const NumberBuffer& b, std::string_view text, uint64_t& m) {
+    if (b.n - b.start > 18) return TooBig(b);
+    for (size_t i = b.start + 2; i < b.n; ++i) {
+        // Anything that isn't a hex digit counts as 0: "0x1G" is 0x10.
+        const int d = HexDigitValue(b.s[i]);
+        m = (m << 4) | static_cast<uint64_t>(d < 0 ? 0 : d);
+    }
+    return true;
+}
+
+bool ParseBinary(const NumberBuffer& b, std::string_view text, uint64_t& m) {
+    if (b.n - b.start > 66) return TooBig(b);
+    for (size_t i = b.start + 2; i < b.n; ++i) {
+        const char c = b.s[i];
+        if (c != '0' && c != '1') return Fail(text, "' is not a valid binary value");
+        m = (m << 1) | static_cast<uint64_t>(c - '0');
+    }
+    return true;
+}
+
+bool ParseOctal(const NumberBuffer& b, std::string_view text, uint64_t& m) {
+    if (b.n - b.start > 23) return TooBig(b);
+    for (size_t i = b.start + 1; i < b.n; ++i) {
+        const char c = b.s[i];
+        if (c < '0' || c > '7') return FailOnChar(c, "' is not a valid octal value");
+        m = (m << 3) | static_cast<uint64_t>(c - '0');
+    }
+    return true;
+}
+
+// No overflow check: a decimal integer too large for 64 bits wraps.
+bool ParseDecimal(const NumberBuffer& b, std::string_view text, uint64_t& m) {
+    for (size_t i = b.start; i < b.n; ++i) {
+        const char c = b.s[i];
+        if (c < '0' || c > '9') return FailOnChar(c, "' is invalid character");
+        m = m * 10 + static_cast<uint64_t>(c - '0');
+    }
+    return true;
+}
+
+bool ParseInteger(const NumberBuffer& b, std::string_view text, bool prefixes, CValue& out) {
+    using Reader = bool (*)(const NumberBuffer&, std::string_view, uint64_t&);
+    Reader read = ParseDecimal;
+    if (prefixes && b.At(b.start) == '0' && b.n - b.start >= 2) {
+        const char c = b.s[b.start + 1];
+        if (c == 'X' || c == 'x') read = ParseHex;
+        else if (c == 'B' || c == 'b') read = ParseBinary;
+        else if (c >= '0' && c <= '9') read = ParseOctal;
+    }
+    uint64_t magnitude = 0;
+    if (!read(b, text, magnitude)) return false;
+    SetInteger(b, magnitude, out);
+    return true;
+}
+
+}  // namespace
+
+bool ParseNumber(std::string_view text, CValue& out, bool prefixes) {
+    if (text.size() > kMaxNumberText) {
+        ExprError() = "Syntax error: number string is too long";
+        return false;
+    }
+    out.SetInt(0);
+    NumberBuffer b(text);
+    if (prefixes && IsRadixPrefix(b)) return ParseInteger(b, text, prefixes, out);
+    if (IsLowerInf(b)) {
+        const double inf = std::numeric_limits<double>::infinity();
+        out.SetDouble(b.negative ? -inf : inf);
+        return true;
+    }
+    TakeSuffix(b);
+
+    bool hasPoint = false;
+    for (size_t i = 0; i < b.n; ++i) {
+        const char c = b.s[i];
+        if (c == '.') hasPoint = true;
+        if (c == 'E' || c == 'e') return ParseFloating(b, out);
+        const int power = MultiplierPower(c);
+        if (power == 0) continue;
+        if (text.size() == 1) return Fail(text, "' is invalid number");
+        // "4k7" reads as 4.7e3; "4.7k9" drops what follows the letter.
+        if (hasPoint)
+            b.Cut(b.n - i);
+        else
+            b.s[i] = '.';
+        b.s[b.n++] = 'e';
+        b.AppendPower(power);
+        return ParseFloating(b, out);
+    }
+    if (hasPoint || b.imaginary) return ParseFloating(b, out);
+    return ParseInteger(b, text, prefixes, out);
+}
+
+bool ParseDouble(std::string_view text, double& out) {
+    CValue v;
+    if (!ParseNumber(text, v, false)) return false;
+    out = v.AsDouble();
+    return true;
+}
+
+double TextToDouble(std::string_view text) {
+    if (text.empty()) return -std::numeric_limits<double>::quiet_NaN();
+    if (text == "inf") return std::numeric_limits<double>::infinity();
+    if (text == "-inf") return -std::numeric_limits<double>::infinity();
+    const std::string copy(text);
+    return StrtodC(copy.c_str(), nullptr);
+}
+
+namespace {
+
+// "%.*g" in the C locale; to_chars is defined to print exactly that.
+void PrintGeneral(std::string& out, double x, unsigned digits) {
+    char buf[192];
+    const int precision = static_cast<int>(digits > 120 ? 120 : digits);
+    const auto r = std::to_chars(buf, buf + sizeof(buf), x, std::chars_format::general, precision);
+    out.assign(buf, r.ptr);
+}
+
+bool IsFourDigitInteger(const std::string& s) {
+    const size_t from = (!s.empty() && s[0] == '-') ? 1 : 0;
+    return s.size() - from == 4 && s.find('.', from) == std::string::npos;
+}
+
+}  // namespace
+
+std::string NumberToText(double x, unsigned digits) {
+    if (std::isnan(x)) return std::string();
+    if (std::isinf(x)) return x > 0 ? "inf" : "-inf";
+    int e = 0;
+    // Repeated steps rather than a logarithm; their rounding is accepted.
+    if (x != 0.0) {
+        while (std::fabs(x) < 1.0) { x *= 1000.0; e -= 3; }
+        while (std::fabs(x) >= 1000.0) { x /= 1000.0; e += 3; }
+    }
+    std::string text;
+    PrintGeneral(text, x, digits);
+    // 999.9999999999999 rounds to "1000": move it up one power.
+    if (IsFourDigitInteger(text)) {
+        x /= 1000.0;
+        e += 3;
+        PrintGeneral(text, x, digits);
+    }
+    if (e != 0) {
+        text += e > 0 ? "e+" : "e-";
+        text += std::to_string(e > 0 ? e : -e);
+    }
+    return text;
+}
+
+int RealCompare(double a, double b) {
+    const double tolerance = std::fmin(std::fabs(a), std::fabs(b)) * 1e-12;
+    if (tolerance >= std::fabs(a - b)) return 0;
+    return b > a ? -1 : 1;
+}
+
+std::string DoubleToHex(double x) {
+    if (x == 0.0) return "0";
+    static const char kDigits[] = "0123456789ABCDEF";
+    uint8_t bytes[8];
+    std::memcpy(bytes, &x, sizeof(bytes));
+    std::string text(17, '#');
+    for (int i = 0; i < 8; ++i) {
+        text[static_cast<size_t>(1 + 2 * i)] = kDigits[bytes[i] >> 4];
+        text[static_cast<size_t>(2 + 2 * i)] = kDigits[bytes[i] & 15];
+    }
+    return text;
+}
+
+double HexToDouble(const char* text) {
+    if (text == nullptr || text[0] != '#') return 0.0;
+    uint8_t bytes[8] = {};
+    HexToBytes(text + 1, bytes, 16);
+    double x;
+    std::memcpy(&x, bytes, sizeof(x));
+    return x;
+}
+
+int HexToBytes(const char* text, uint8_t* out, int maxChars) {
+    if (text == nullptr) return 0;
+    int count = 0;
+    // A lone digit before the end is half a byte and isn't written.
+    for (int i = 0; i + 1 < maxChars && text[i] != '\0' && text[i + 1] != '\0'; i += 2) {
+        const int hi = HexDigitValue(text[i]);
+        const int lo = HexDigitValue(text[i + 1]);
+        out[count++] = static_cast<uint8_t>(((hi < 0 ? 0 : hi) << 4) | (lo < 0 ? 0 : lo));
+    }
+    return count;
+}
+
+}  // namespace qz3
