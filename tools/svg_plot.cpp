@@ -190,7 +190,15 @@ private:
 
     void Panel(const CPlotPanel& panel, size_t index, size_t& colour) {
         double top = PanelTop(index), bottom = top + m_Figure.panelHeight;
-        CAxisMap y = MakeAxis(panel.yAxis, YRange(panel, m_X));
+        CRange range = YRange(panel, m_X);
+        if (!panel.yAxis.log && !range.Empty()) {
+            // A little headroom keeps a trace that sits on its extreme
+            // (a supply rail) off the frame, where it would vanish.
+            double pad = (range.hi - range.lo) * 0.03;
+            range.lo -= pad;
+            range.hi += pad;
+        }
+        CAxisMap y = MakeAxis(panel.yAxis, range);
         y.pixelLo = bottom;
         y.pixelHi = top;
         m_Out << "<g class=\"panel\">\n";
