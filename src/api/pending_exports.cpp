@@ -6,34 +6,6 @@
 
 extern "C" {
 
-QZ3_API int QZ3_Open(const char* name) {
-    return qz3::api::Guarded("QZ3_Open", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_Save(int ncir) {
-    return qz3::api::Guarded("QZ3_Save", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_SaveAs(int ncir, const char* name) {
-    return qz3::api::Guarded("QZ3_SaveAs", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_Close(int ncir) {
-    return qz3::api::Guarded("QZ3_Close", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
 QZ3_API int QZ3_GetValue(int ncir, const char* name, double* v) {
     return qz3::api::Guarded("QZ3_GetValue", [&]() -> int {
         qz3::api::AppendError("not available in this build");
