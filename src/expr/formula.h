@@ -40,4 +40,9 @@ public:
 // of other components; false with ExprError "Circular reference" otherwise.
 bool CheckCircular(const CFormula* self, const std::string& text, CCmps* cmps);
 
+// The next referenced name in a formula text, scanning from the 1-based
+// position `from` (moved behind the name); `start` receives its 1-based
+// start. Function names and numbers are passed over. Empty when none is left.
+std::string NextName(const std::string& text, int& from, int& start);
+
 }  // namespace qz3
