@@ -45,7 +45,8 @@ bool FileExists(const std::string& path) {
     return !path.empty() && stat(path.c_str(), &info) == 0;
 }
 
-CDoc::CDoc() : m_Title("Circuit" + std::to_string(++g_TitleCounter)), m_Cmps(std::make_unique<CCmps>(this)) {}
+CDoc::CDoc() : m_Title("Circuit" + std::to_string(++g_TitleCounter)), m_Cmps(std::make_unique<CCmps>(this)),
+      m_Tran(std::make_unique<CTraceSet>(this, true)), m_Freq(std::make_unique<CTraceSet>(this, false)) {}
 
 CDoc::~CDoc() {
     // The tree goes first: nothing in it points into the component list.
@@ -92,6 +93,8 @@ bool CDoc::ReadDoc(CXmlNode& doc) {
     if (CXmlNode* freq = doc.FindChild("Freq", 0)) ReadFreq(*freq);
     if (CXmlNode* advanced = doc.FindChild("Advanced", 0)) m_Advanced.Xml(*advanced);
     ReadLibraries(doc);
+    // Traces come last: their defaults are the logic levels of Advanced.
+    ReadTraceSets(doc);
     return true;
 }
 

@@ -18,12 +18,14 @@
 #include "base/list.h"
 #include "document/param_record.h"
 #include "document/settings.h"
+#include "traces/trace_set.h"
 
 namespace qz3 {
 
 class CCmps;
 class CParam;
 class CXmlNode;
+class CTrace;
 
 class CDoc {
 public:
@@ -52,6 +54,8 @@ public:
     std::string m_Title;
     std::string m_Libraries;  // one folder a line
     std::unique_ptr<CCmps> m_Cmps;
+    std::unique_ptr<CTraceSet> m_Tran;  // traces of the transient analysis
+    std::unique_ptr<CTraceSet> m_Freq;  // traces of the AC analysis
     TList<CParamRecord> m_Params;  // owned: the parameter handles given out
     CTranSettings m_TranSettings;
     TStringList m_States;  // one key=value line per saved state
@@ -63,7 +67,13 @@ public:
     // Why the last Load failed; the library appends it behind its prefix.
     std::string m_LastError;
 
+    // A transient trace made by the host (doc_traces.cpp): type 0, 1, 2 of
+    // a component by name, 4 of a variable, 5 of a formula. It joins the
+    // set and the file's Tran/Traces. Null with the reason in m_LastError.
+    CTrace* NewTrace(int type, const std::string& text);
+
 private:
+    void ReadTraceSets(CXmlNode& doc);
     bool ReadDoc(CXmlNode& doc);
     void ReadTran(CXmlNode& tran);
     void ReadFreq(CXmlNode& freq);

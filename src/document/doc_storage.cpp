@@ -18,11 +18,15 @@ void CDoc::DescribeStoredData(CXmlNode& tran) {
     run->AddRaw("name", "Run");
     run->AddInt("id", 0);
     run->AddRaw("out", "true");
+    if (CXmlNode* traces = tran.FindChild("Traces", 0)) m_Tran->DescribeRuns(*traces);
 }
 
 bool CDoc::WriteStoredData(std::FILE* file) {
     // The zero byte ends the text for every reader of the file.
-    return std::fputc(0, file) != EOF;
+    if (std::fputc(0, file) == EOF) return false;
+    CXmlNode* doc = m_Tree ? m_Tree->FindChild("Doc", 0) : nullptr;
+    CXmlNode* tran = doc ? doc->FindChild("Tran", 0) : nullptr;
+    return m_Tran->WriteRuns(file, tran ? tran->FindChild("Traces", 0) : nullptr);
 }
 
 }  // namespace qz3

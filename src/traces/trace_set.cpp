@@ -1,0 +1,121 @@
+#include "traces/trace_set.h"
+
+#include <cmath>
+
+#include "document/doc.h"
+#include "document/xml_node.h"
+#include "traces/trace.h"
+#include "traces/trace_links.h"
+#include "traces/trace_order.h"
+
+namespace qz3 {
+
+CTraceSet::CTraceSet(CDoc* doc, bool tran)
+    : m_Doc(doc), m_bTran(tran), m_Lock(std::make_unique<TCriticalSection>()),
+      m_Traces(std::make_unique<CTraces>(this)) {
+    LinkTracesToFormulas();
+}
+
+CTraceSet::~CTraceSet() {
+    // The traces go before the count their runs give memory back to.
+    m_Traces.reset();
+    for (CStoredRun* run : m_Runs) delete run;
+}
+
+bool CTraceSet::Compression() const { return m_Doc ? m_Doc->m_Advanced.m_DC : true; }
+
+double CTraceSet::DefaultThreshold() const { return m_Doc ? m_Doc->m_Advanced.m_Thr : 2.5; }
+
+void CTraceSet::Xml(CXmlNode& traces) {
+    if (traces.m_bWrite) {
+        for (CTrace* trace : m_Traces->m_List)
+            if (trace->IsKept()) WriteTrace(*trace, traces);
+        return;
+    }
+    m_Traces->Clear();
+    for (int i = 0; i < traces.ChildCount(); ++i) {
+        CXmlNode* child = traces.ChildAt(i);
+        auto* trace = new CTrace(m_Traces.get());
+        m_Traces->Add(trace);
+        child->m_bWrite = false;
+        trace->Xml(*child, true);
+    }
+    m_Traces->MoveDigitalFirst();
+}
+
+void CTraceSet::WriteTrace(CTrace& trace, CXmlNode& traces) {
+    CXmlNode* child = traces.AddChild("Trace");
+    child->m_bWrite = true;
+    trace.Xml(*child, false);
+}
+
+void CTraceSet::Clear() {
+    m_Overrun = false;
+    m_Traces->ClearRuns();
+}
+
+std::string CTraceSet::Prepare(CCalc& calc) {
+    m_Traces->EnsureRuns();
+    for (CTrace* trace : m_Traces->m_List) trace->RefreshLink();
+    std::string error = MakeOrder(*m_Traces);
+    if (!error.empty()) return error;
+    m_Traces->Bind(calc);
+    return "";
+}
+
+bool CTraceSet::Sample(CCalc& calc, double t, bool hold) { return m_Traces->SampleTran(calc, t, hold); }
+
+bool CTraceSet::SampleAC(CCalc& calc, double f, const double* re, const double* im) {
+    return m_Traces->SampleAC(calc, f, re, im);
+}
+
+bool CTraceSet::NeedsExcitation() const {
+    if (m_bTran) return false;
+    for (CTrace* trace : m_Traces->m_List)
+        if (trace->Records() && trace->m_Type >= kTraceZ && trace->m_Type <= kTraceLoop) return true;
+    return false;
+}
+
+int CTraceSet::FindRun(const std::string& name) const {
+    for (CStoredRun* run : m_Runs)
+        if (run->name == name) return run->id;
+    return -1;
+}
+
+// ---- stored data in the file -----------------------------------------------
+
+CData* CTraceSet::SavedRun(int i) const {
+    CTrace* trace = m_Traces->At(i);
+    if (!trace) return nullptr;
+    CData* run = trace->DataObject();
+    return run && run->Count() > 0 ? run : nullptr;
+}
+
+void CTraceSet::DescribeRuns(CXmlNode& traces) {
+    for (int i = 0; i < traces.ChildCount(); ++i) {
+        CData* run = SavedRun(i);
+        if (!run) break;
+        CXmlNode* trace = traces.ChildAt(i);
+        trace->m_bWrite = true;
+        CXmlNode* list = trace->FindChild("DataList", 0);
+        if (!list) list = trace->AddChild("DataList");
+        list->m_bWrite = true;
+        while (list->ChildCount() > 0) list->DeleteChild(list->ChildCount() - 1);
+        CXmlNode* data = list->AddChild("Data");
+        data->AddInt("id", 0);
+        data->AddInt("size", run->Count());
+        data->AddInt("type", 0);
+    }
+}
+
+bool CTraceSet::WriteRuns(std::FILE* file, CXmlNode* traces) const {
+    int count = traces ? traces->ChildCount() : 0;
+    for (int i = 0; i < count; ++i) {
+        CData* run = SavedRun(i);
+        if (!run) break;
+        if (!run->WriteBinary(file)) return false;
+    }
+    return true;
+}
+
+}  // namespace qz3
