@@ -89,6 +89,12 @@ public:
     int group = 0;
 };
 
+// Readings a model offers to V, I and P traces (bits of CModelInfo::flags).
+constexpr uint32_t kReadV = 1;
+constexpr uint32_t kReadI = 2;
+constexpr uint32_t kReadP = 4;
+constexpr uint32_t kReadVIP = kReadV | kReadI | kReadP;
+
 // One row of a type's model table; the table ends at a row with a null name.
 struct CModelInfo {
     const char* name = nullptr;

@@ -20,15 +20,15 @@ CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {}};
 }  // namespace
 
 const CModelInfo kModelsRR[] = {
-    {"R", kModelR, s_ParamsR, 0, 0},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1},
-    {"PWL-I", kModelPwlI, s_ParamsPwl, 0, 1},
+    {"R", kModelR, s_ParamsR, 0, 0, kReadVIP},
+    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"PWL-I", kModelPwlI, s_ParamsPwl, 0, 1, kReadVIP},
     {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsRPot[] = {{"Potentiometer", kModelPotentiometer, s_ParamsPot, 0, 0}, {}};
-const CModelInfo kModelsRVcr[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 1}, {}};
-const CModelInfo kModelsRCcr[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 2}, {}};
+const CModelInfo kModelsRPot[] = {{"Potentiometer", kModelPotentiometer, s_ParamsPot, 0, 0, kReadVIP}, {}};
+const CModelInfo kModelsRVcr[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
+const CModelInfo kModelsRCcr[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
 
 CElemR::CElemR(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), pwlI(this) {
     if (IsType(kTypeR) || IsType(kTypePot)) r.m_Value = 1.0;

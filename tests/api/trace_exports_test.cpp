@@ -91,6 +91,12 @@ TEST_F(TraceExports, AddedTracesAndTheirMessages) {
     EXPECT_GT(again, added);
     int var = QZ3_AddVarTrace(ncir, "gain");
     EXPECT_GT(var, again) << Error();
+    // A resistor offers all three readings.
+    int current = QZ3_AddITrace(ncir, "R1");
+    EXPECT_GT(current, var) << Error();
+    int power = QZ3_AddPTrace(ncir, "R1");
+    EXPECT_GT(power, current) << Error();
+    EXPECT_GE(QZ3_GetTrace(ncir, "P(R1)"), 0) << Error();
 
     struct Row {
         int (*add)(int, const char*);
