@@ -1,0 +1,193 @@
+#include "document/doc.h"
+
+#include <new>
+#include <sys/stat.h>
+
+#include "components/cmps.h"
+#include "document/xml_node.h"
+#include "expr/number_text.h"
+
+namespace qz3 {
+
+namespace {
+
+// The title number rises for the whole process, also across closed documents.
+int g_TitleCounter = 0;
+
+constexpr char kSeparator = '/';
+
+bool IsSeparator(char c) { return c == '/' || c == '\\'; }
+
+std::string Trim(const std::string& s) {
+    size_t first = s.find_first_not_of(" \t\r\n");
+    if (first == std::string::npos) return "";
+    size_t last = s.find_last_not_of(" \t\r\n");
+    return s.substr(first, last - first + 1);
+}
+
+// The folder part of a path with its separator, or empty.
+std::string FolderOf(const std::string& path) {
+    size_t cut = path.find_last_of("/\\");
+    return cut == std::string::npos ? "" : path.substr(0, cut + 1);
+}
+
+}  // namespace
+
+std::string WithDefaultExtension(const std::string& name, const std::string& ext) {
+    size_t dot = name.find_last_of('.');
+    size_t separator = name.find_last_of("/\\");
+    bool hasExtension = dot != std::string::npos && (separator == std::string::npos || dot > separator);
+    return hasExtension ? name : name + ext;
+}
+
+bool FileExists(const std::string& path) {
+    struct stat info {};
+    return !path.empty() && stat(path.c_str(), &info) == 0;
+}
+
+CDoc::CDoc() : m_Title("Circuit" + std::to_string(++g_TitleCounter)), m_Cmps(std::make_unique<CCmps>(this)) {}
+
+CDoc::~CDoc() {
+    // The tree goes first: nothing in it points into the component list.
+    m_Tree.reset();
+    for (CParamRecord* record : m_Params) delete record;
+    m_Params.Clear();
+    m_Cmps.reset();
+}
+
+int CDoc::Load(const std::string& path) {
+    std::string file = WithDefaultExtension(path, ".qz3");
+    m_Tree.reset(new (std::nothrow) CXmlNode("QZ3"));
+    if (!m_Tree) {
+        m_LastError = "error opening file " + file;
+        return -1;
+    }
+    if (!m_Tree->LoadFile(file)) {
+        m_LastError = "cannot open file " + file + "\n" + m_Tree->Errors();
+        m_Tree.reset();
+        return -1;
+    }
+    CXmlNode* doc = m_Tree->FindChild("Doc", 0);
+    if (!doc) {
+        m_LastError = "cannot open file " + file + "\n" + file + " : no Doc element";
+        m_Tree.reset();
+        return -1;
+    }
+    if (!ReadDoc(*doc)) {
+        m_LastError = "cannot open file " + file + "\n" + doc->Errors();
+        m_Tree.reset();
+        return -1;
+    }
+    m_Title = file;
+    m_FileName = file;
+    return 0;
+}
+
+bool CDoc::ReadDoc(CXmlNode& doc) {
+    if (CXmlNode* cir = doc.FindChild("Cir", 0))
+        if (CXmlNode* cmps = cir->FindChild("Cmps", 0))
+            if (!m_Cmps->Load(cmps)) return false;
+    if (CXmlNode* tran = doc.FindChild("Tran", 0)) ReadTran(*tran);
+    ReadStates(doc);
+    if (CXmlNode* freq = doc.FindChild("Freq", 0)) ReadFreq(*freq);
+    if (CXmlNode* advanced = doc.FindChild("Advanced", 0)) m_Advanced.Xml(*advanced);
+    ReadLibraries(doc);
+    return true;
+}
+
+// The trace set of the transient analysis reads Tran/Traces beside this.
+void CDoc::ReadTran(CXmlNode& tran) {
+    if (CXmlNode* settings = tran.FindChild("Settings", 0)) m_TranSettings.Xml(*settings);
+}
+
+// The trace set of the AC analysis reads Freq/Traces beside this.
+void CDoc::ReadFreq(CXmlNode& freq) {
+    if (CXmlNode* settings = freq.FindChild("Settings", 0)) m_ACSettings.Xml(*settings);
+}
+
+void CDoc::ReadStates(CXmlNode& doc) {
+    m_States.Clear();
+    CXmlNode* states = doc.FindChild("States", 0);
+    if (!states) return;
+    for (int i = 0; i < states->ChildCount(); ++i) m_States.Add(states->ChildAt(i)->GetText());
+}
+
+void CDoc::ReadLibraries(CXmlNode& doc) {
+    m_Libraries.clear();
+    CXmlNode* libraries = doc.FindChild("Libraries", 0);
+    if (!libraries) return;
+    for (int i = 0; i < libraries->ChildCount(); ++i) m_Libraries += libraries->ChildAt(i)->GetStr("name", "") + "\n";
+}
+
+bool CDoc::Save(const std::string& path) {
+    if (!m_Tree) return false;
+    m_Tree->m_bWrite = true;
+    CXmlNode* doc = m_Tree->FindChild("Doc", 0);
+    if (!doc) return false;
+    CXmlNode* properties = doc->FindChild("Properties", 0);
+    bool storeData = properties && (properties->GetInt("save", 0) & 2) != 0;
+    if (!WriteCmps(*doc)) return false;
+    WriteLiveSettings(*doc);
+    if (storeData) {
+        CXmlNode* tran = doc->FindChild("Tran", 0);
+        if (!tran) tran = doc->AddChild("Tran");
+        DescribeStoredData(*tran);
+    }
+    if (!m_Tree->SaveFile(path)) return false;
+    if (!storeData) return true;
+    std::FILE* file = std::fopen(path.c_str(), "a+b");
+    if (!file) return false;
+    bool ok = WriteStoredData(file);
+    return std::fclose(file) == 0 && ok;
+}
+
+bool CDoc::WriteCmps(CXmlNode& doc) {
+    CXmlNode* cir = doc.FindChild("Cir", 0);
+    CXmlNode* cmps = cir ? cir->FindChild("Cmps", 0) : nullptr;
+    if (!cmps) return true;  // a document without a component list writes none
+    cmps->Clear();
+    return m_Cmps->Save(cmps);
+}
+
+namespace {
+
+CXmlNode* FindOrAdd(CXmlNode& parent, const char* name) {
+    CXmlNode* child = parent.FindChild(name, 0);
+    return child ? child : parent.AddChild(name);
+}
+
+}  // namespace
+
+// Only the step and the time-out follow the host; every other setting is
+// written back as it was read.
+void CDoc::WriteLiveSettings(CXmlNode& doc) {
+    FindOrAdd(*FindOrAdd(doc, "Tran"), "Settings")->SetRaw("step", NumberToText(m_TranSettings.m_Step, 12));
+    FindOrAdd(doc, "Advanced")->SetRaw("to", std::to_string(m_Advanced.m_Timeout));
+}
+
+std::string CDoc::FindFile(const std::string& name, const std::string& ext) const {
+    if (name.empty()) return "";
+    std::string file = ext.empty() ? name : WithDefaultExtension(name, ext);
+    // A name rooted with a backslash by another system is taken as relative.
+    if (file[0] == '\\') file[0] = ' ';
+    file = Trim(file);
+    for (char& c : file)
+        if (c == '\\') c = kSeparator;
+    if (FileExists(file)) return file;
+    std::string folder = FolderOf(m_FileName);
+    if (!folder.empty() && FileExists(folder + file)) return folder + file;
+    size_t start = 0;
+    while (start < m_Libraries.size()) {
+        size_t lf = m_Libraries.find('\n', start);
+        if (lf == std::string::npos) lf = m_Libraries.size();
+        std::string line = Trim(m_Libraries.substr(start, lf - start));
+        start = lf + 1;
+        if (line.empty()) continue;
+        if (!IsSeparator(line.back())) line += kSeparator;
+        if (FileExists(line + file)) return line + file;
+        if (!folder.empty() && FileExists(folder + line + file)) return folder + line + file;
+    }
+    return "";
+}
+
+}  // namespace qz3

@@ -1,0 +1,85 @@
+// One open schematic: the object behind a circuit handle. It owns the
+// component list, the settings and the whole XML tree of its file. The tree
+// lives as long as the document, and a save rewrites only the places that
+// follow the live state (Cmps, the step, the time-out, the stored-data
+// records), so that whatever the engine doesn't interpret survives untouched.
+//
+// Recipe:
+//     CDoc doc;
+//     if (doc.Load("circuit") < 0) report(doc.m_LastError);   // ".qz3" added
+//     ... runs, parameter changes ...
+//     if (!doc.Save(doc.m_FileName)) report("cannot save file " + ...);
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "base/list.h"
+#include "document/param_record.h"
+#include "document/settings.h"
+
+namespace qz3 {
+
+class CCmps;
+class CParam;
+class CXmlNode;
+
+class CDoc {
+public:
+    CDoc();
+    virtual ~CDoc();
+    CDoc(const CDoc&) = delete;
+    CDoc& operator=(const CDoc&) = delete;
+
+    // 0 good, -1 failed, -2 conversion failed; on failure the reason is in
+    // m_LastError and the caller destroys the document.
+    int Load(const std::string& path);
+    // Writes the tree to path; the caller words the failure.
+    bool Save(const std::string& path);
+    // The file a subcircuit, DLL or include names: as it stands, beside the
+    // document, or in one of the library folders. Empty when not found.
+    std::string FindFile(const std::string& name, const std::string& ext) const;
+    // A parameter by "comp.param" for the host: "NULL pointer", "no
+    // parameter name" or "parameter <name> not found" go to `error`. With
+    // `where` the record of a new handle is filled in.
+    CParam* FindParam(const char* name, std::string& error, CParamRecord* where = nullptr);
+    // The parameter of a handle, bound to its component again with its extra
+    // word restored; "wrong parameter handle" otherwise.
+    CParam* ParamByHandle(int handle, std::string& error);
+
+    std::string m_FileName;
+    std::string m_Title;
+    std::string m_Libraries;  // one folder a line
+    std::unique_ptr<CCmps> m_Cmps;
+    TList<CParamRecord> m_Params;  // owned: the parameter handles given out
+    CTranSettings m_TranSettings;
+    TStringList m_States;  // one key=value line per saved state
+    CACSettings m_ACSettings;
+    CAdvancedSettings m_Advanced;
+    int m_Handle = -1;
+    bool m_Running = false;
+    std::unique_ptr<CXmlNode> m_Tree;  // the whole file, root included
+    // Why the last Load failed; the library appends it behind its prefix.
+    std::string m_LastError;
+
+private:
+    bool ReadDoc(CXmlNode& doc);
+    void ReadTran(CXmlNode& tran);
+    void ReadFreq(CXmlNode& freq);
+    void ReadStates(CXmlNode& doc);
+    void ReadLibraries(CXmlNode& doc);
+    bool WriteCmps(CXmlNode& doc);
+    void WriteLiveSettings(CXmlNode& doc);
+    // Stored results (doc_storage.cpp): the records in the tree, then the
+    // points behind the text.
+    void DescribeStoredData(CXmlNode& tran);
+    bool WriteStoredData(std::FILE* file);
+};
+
+// "name" with ext when its last path element has no extension.
+std::string WithDefaultExtension(const std::string& name, const std::string& ext);
+// True when the platform finds a file or folder of that name.
+bool FileExists(const std::string& path);
+
+}  // namespace qz3

@@ -1,0 +1,273 @@
+// CCalc: the solver of one document.
+//
+// How a run flows:
+//   BeginRun(transient)   copy the settings, free what the last run left, m_Changes = all bits
+//   StartRun()            collect the components (PrepareCmps), MergeNodes, AllocMatrices:
+//                         NumberNodes gives every pin an unknown, then the matrices are made
+//                         once for the run; m_State = 1
+//   StepOnce() ...        per state: Assemble (ClearMatrices, PhaseStamp in two passes,
+//                         FinishAssembly: floating groups, flags, link order), then SolveReal
+//                         or FactorTrap once and StepTrapFast per step, then ResolveLinks
+//   EndRun() / FreeRun()  reset the elements, free the matrices
+//
+// The equations are  MatrixG*x + MatrixC*dx/dt + VecB + VecE = 0  over x = VecX:
+//   x[0]                         ground, always 0
+//   x[1 .. m_NodeCount]          electrical node voltages
+//   x[m_NodeCount+1 .. n-1]      branch unknowns (an element's firstBranch + i)
+//   x[n .. m-1]                  signal nodes, outside the matrices
+// with n = m_Size and m = m_Total. Row i belongs to unknown i; a node row sums the
+// currents flowing into the node. An element's pin entry in `nodes` is, after
+// NumberNodes, directly the index into x: stamps take these indices.
+//
+// Stamps add to what is there (plain +=); the elimination adds through AddRound,
+// which snaps a sum that cancels to rounding noise to an exact zero.
+// The per-step path (StepTrapFast) allocates nothing and never calls Assemble.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/list.h"
+
+namespace qz3 {
+
+class CCmp;
+class CDoc;
+class CTrace;
+
+// One entry per unknown: how it follows another node exactly (closed switch, source).
+// kind 0 none, 1 x = x[target], 2 x = x[target] + value (- if negate),
+// 3 x = x[target] - VecE[source] (+ if negate).
+struct CNodeLink {
+    int32_t back;    // scratch of ReverseLink
+    int32_t level;   // depth in its chain, for the order of ResolveLinks
+    int32_t order;   // record k names the k-th node to compute
+    int32_t kind;
+    int32_t target;
+    double value;
+    int32_t source;
+    bool negate;
+    int32_t group;   // floating-group search
+};
+
+// The output pin that claimed an unknown.
+struct CNodeDriver {
+    CCmp* cmp;
+    int32_t pin;
+};
+
+// A node id during numbering, with the union of the PinKind bits of its pins.
+struct CNodeRecord {
+    int32_t id;
+    int32_t index;
+    int32_t kind;
+};
+
+class CCalc {
+public:
+    explicit CCalc(CDoc* doc = nullptr);
+    virtual ~CCalc();
+    CCalc(const CCalc&) = delete;
+    CCalc& operator=(const CCalc&) = delete;
+
+    // ---- run lifecycle (calc_lifecycle.cpp)
+    void BeginRun(bool transient);
+    bool StartRun();
+    bool EndRun();
+    void FreeRun();
+    bool AllocMatrices();
+    void FreeMatrices();
+    // The sizes that NumberNodes would give; the allocation and the size limit take them.
+    void SetSizes(int nodeCount, int branchCount, int signalCount);
+    bool AllocArrays();
+    void ClearSnapshots();
+
+    // ---- error reporting (calc_errors.cpp)
+    void SetError(const std::string& text) { m_Error = text; }
+    void ClearError() { m_Error.clear(); }
+    const char* ErrorText() const { return m_Error.empty() ? nullptr : m_Error.c_str(); }
+    void AddError(const std::string& text);
+    bool CmpError(const CCmp* cmp, const char* text);
+    bool TraceError(const CTrace* trace, const char* text);
+    void CodeError(const char* code);
+
+    // ---- node numbering (calc_nodes.cpp)
+    bool AddNodePair(int a, int b);
+    void MergeNodes();
+    void ReplaceNodeInLaterPairs(int first, int from, int to);
+    bool NumberNodes();
+    bool AddNodeId(int id, int kind);
+    void ClassifyNodes();
+    void IndexNodes();
+    int NodeIndex(int id) const;
+    void FreeNodeRecords();
+
+    // ---- stamps and outputs (calc_stamps.cpp)
+    bool StampResistor(int a, int b, double R);
+    bool StampVoltage(int a, int b, int k, double V);
+    void StampCurrent(int a, int b, int k, double I);
+    void StampCurrentRev(int a, int b, int k, double I);
+    void StampSwitch(int a, int b, int k, bool on);
+    void StampResistorBranch(int a, int b, int k, double R);
+    bool StampVCVS(int a, int b, int c, int d, int k, double A);
+    bool StampCCVS(int a, int b, int k, int j, double r);
+    void StampCCCS(int a, int b, int k, int j, double A);
+    void StampVCCS(int a, int b, int c, int d, int k, double A);
+    void StampDiode(int a, int b, int k, bool on, double V, bool keepLeak);
+    bool SetOutput(int node, int k, bool fixed, double value);
+    void SetSource(int i, double value);
+    void SetLogicOutput(int i, int level);
+    int GetLogicInput(int i) const;
+    bool ClaimOutput(int node, CCmp* cmp, int pin);
+
+    // ---- links (calc_links.cpp)
+    void AddLink(int kind, int a, int b, int source, double value);
+    bool ReverseLink(int v);
+    bool ResolveLinks();
+    void OrderLinks();
+
+    // ---- assembly (calc_assemble.cpp)
+    bool Assemble();
+    void ClearMatrices();
+    bool FinishAssembly();
+    void InitNodeGroups();
+    void JoinPinGroups(const int* nodes, int pinCount);
+    void LeakFloatingGroups();
+    bool FillFlags();
+    void RescanEmptyRows();
+
+    // ---- linear solve (calc_solve.cpp; the trapezoidal factorisation in calc_trap_fast.cpp)
+    bool AddRound(double* a, double d) const;
+    void RowAdd(int src, int dst, double factor);
+    void SolveReal();
+    bool FactorTrap();
+    void PrepareTrapMatrices();
+    void EliminateTrap();
+    bool StepTrapFast();
+    void TrapFastProduct();
+
+    // ---- component and document walks (calc_walks.cpp); empty until CCmp and CDoc exist
+    bool PrepareCmps();
+    bool RunPhase(int phase, double t);
+    bool CollectPinNodes();
+    int AssignAllBranches(int first);
+    void RenumberPins();
+    void RenameNodeInPins(int from, int to);
+    void GroupComponentPins();
+    bool FloatComponents();
+    bool PrepareTraces();
+    void ResetComponents();
+    void LoadRunSettings();
+    void ReportMemory(int64_t delta);
+    std::string CmpFullName(const CCmp* cmp) const;
+    std::string CmpPinName(const CCmp* cmp, int pin) const;
+    std::string TraceName(const CTrace* trace) const;
+    std::string TimeText(double t) const;
+
+    // Phases of an element's Simulate, as the walks pass them.
+    enum {
+        PhaseInit = 0, PhaseReset = 1, PhaseStore = 2, PhaseCheckIC = 4, PhaseStamp = 5,
+        PhaseEval = 6, PhaseSources = 7, PhaseHistory = 9, PhaseSample = 11,
+        PhaseLinearize = 12, PhaseFloat = 13, PhasePins = 14
+    };
+
+    // ---- fields of the run
+    CDoc* m_Doc;
+    bool m_Transient = true;
+    std::string m_Error;
+    double m_StartTime = 0.0;
+    double m_Screen = 0.0;
+    double m_StepBase = 0.0;
+    int32_t m_StateId = 0;
+    bool m_NoStartTrigger = true;
+    int32_t m_AcType = 0;
+    std::string m_AcList;
+    double m_AcFrom = 0.0, m_AcTo = 0.0;
+    int32_t m_AcPoints = 0, m_AcScale = 0, m_AcSource = 0, m_AcAlg = 0;
+    bool m_AcDcop = false;
+    bool m_AcInDcop = false;
+    std::string m_AcFaf;
+    bool m_AcFhl = false;
+    double m_AcFmr = 0.0;
+    bool m_AcFsh = false, m_AcFpop = false;
+    double m_AcStep = 0.0;
+    std::vector<std::pair<int32_t, int32_t>> m_NodePairs;
+    TList<CNodeRecord> m_Nodes;
+    int32_t m_Size = 0;
+    int32_t m_NodeCount = 0;
+    int32_t m_BranchCount = 0;
+    int32_t m_SignalCount = 0;
+    int32_t m_Total = 0;
+    int64_t m_Memory = 0;
+
+    // Storage of the equations, allocated by AllocArrays and freed by FreeMatrices.
+    double* m_MatrixBlock = nullptr;
+    double** MatrixG = nullptr;
+    double** MatrixC = nullptr;
+    double* VecB = nullptr;
+    double* VecX = nullptr;
+    double* VecXPrev = nullptr;
+    double* VecE = nullptr;
+    double* VecEPrev = nullptr;
+    double* VecEIm = nullptr;
+    unsigned char* m_FlagBlock = nullptr;
+    unsigned char** FlagG = nullptr;
+    unsigned char** FlagC = nullptr;
+    unsigned char* NodeBad = nullptr;
+    unsigned char* RowOff = nullptr;
+    unsigned char* RowInput = nullptr;
+    CNodeDriver* NodeDriver = nullptr;
+    CNodeLink* NodeLink = nullptr;
+
+    TList<CCmp> m_Cmps;
+    int32_t m_MaxNode = 0;
+    int32_t m_Ticks = 0;
+    bool m_Terminate = false, m_Pause = false;
+    int32_t m_Integrating = 0;
+    int32_t m_StampPass = 0;
+    int32_t m_StateIndex = -1;
+    bool m_FirstStore = true;
+    double m_Time = 0.0;
+    double m_NextBreak = 0.0;
+    double m_Step = 0.0;
+    double m_StepNominal = 0.0;
+    double m_StepFirstPrev = 0.0;
+    double m_StepFirst = 0.0;
+    double m_StepMin = 0.0;
+    uint32_t m_Changes = 0;
+    int32_t m_State = 0;
+    int32_t m_EulerCount = 0, m_EulerTarget = 0;
+    bool m_FirstOnly = false;
+    bool m_Switched = false;
+    std::string m_Extra;
+    bool m_AnyInfinite = false;
+    CCmp* m_Trigger = nullptr;
+    int32_t m_IterLimit[4] = {10, 10, 10, 10};
+    bool m_JumpRequest = false;
+    TList<int32_t> m_Snapshots;
+    double m_Omega = 0.0;
+    bool m_Leaky = false;
+    bool m_FloatFix = false;
+
+    // Advanced settings of the document as the solver uses them. The switching
+    // search coarsens m_Zero for a while and puts the document's value back.
+    double m_Zero = 1e-12;
+    double m_LogicLow = 0.0;
+    double m_LogicHigh = 5.0;
+    double m_LogicThr = 2.5;
+
+private:
+    bool FollowsInChain(int from, int node) const;
+    void DissolveGroup(int group);
+    void JoinGroups(int g1, int g2);
+    bool TakesPartInColumn(int r, int c) const;
+    bool TakesPartBelow(int r, int c) const;
+    int FindPivotRow(int c) const;
+    void SubtractPivotRow(int r, int c, double m);
+    void SwapTrapRows(int r1, int r2);
+    void ScaleTrapRow(int c);
+};
+
+}  // namespace qz3

@@ -1,0 +1,135 @@
+#include <cstring>
+
+#include "solver/calc.h"
+
+namespace qz3 {
+
+// The equations for the present element states.
+bool CCalc::Assemble() {
+    ClearMatrices();
+    // Pass 1 is for elements that overwrite rows others have written (forced outputs).
+    for (m_StampPass = 0; m_StampPass < 2; ++m_StampPass)
+        if (!RunPhase(PhaseStamp, m_Time)) return false;
+    m_StampPass = 1;
+    return FinishAssembly();
+}
+
+void CCalc::ClearMatrices() {
+    const size_t n = static_cast<size_t>(m_Size);
+    const size_t m = static_cast<size_t>(m_Total);
+    std::memset(m_MatrixBlock, 0, 2 * n * n * sizeof(double));
+    std::memset(VecE, 0, n * sizeof(double));
+    std::memset(VecEIm, 0, n * sizeof(double));
+    std::memset(VecB, 0, n * sizeof(double));
+    std::memset(m_FlagBlock, 0, 2 * n * n);
+    std::memset(NodeBad, 0, n);
+    std::memset(RowOff, 0, n);
+    std::memset(RowInput, 0, n);
+    std::memset(NodeDriver, 0, m * sizeof(CNodeDriver));
+    std::memset(NodeLink, 0, m * sizeof(CNodeLink));
+}
+
+// What follows the stamps: the floating-group leak, the structure flags, the
+// second look at empty rows, and the order in which links are resolved.
+bool CCalc::FinishAssembly() {
+    if (m_FloatFix) {
+        InitNodeGroups();
+        GroupComponentPins();
+        LeakFloatingGroups();
+    }
+    if (!FillFlags() && !FloatComponents()) RescanEmptyRows();
+    if (m_Size < 2) return true;
+    OrderLinks();
+    return true;
+}
+
+void CCalc::InitNodeGroups() {
+    NodeLink[0].group = 0;
+    for (int i = 1; i <= m_NodeCount; ++i) NodeLink[i].group = i;
+}
+
+void CCalc::DissolveGroup(int group) {
+    if (group == 0) return;
+    for (int i = 1; i <= m_NodeCount; ++i)
+        if (NodeLink[i].group == group) NodeLink[i].group = 0;
+}
+
+void CCalc::JoinGroups(int g1, int g2) {
+    if (g1 == g2) return;
+    const int lo = g1 < g2 ? g1 : g2;
+    const int hi = g1 < g2 ? g2 : g1;
+    for (int i = 1; i <= m_NodeCount; ++i)
+        if (NodeLink[i].group == hi) NodeLink[i].group = lo;
+}
+
+// `nodes` is laid out as a component's: pinCount node indices, then pinCount pin
+// groups. A pin group 0 is a pin the element drives itself: its node counts as
+// tied to a fixed potential.
+void CCalc::JoinPinGroups(const int* nodes, int pinCount) {
+    const auto electrical = [this](int node) { return node >= 0 && node <= m_NodeCount; };
+    for (int p = 0; p < pinCount; ++p) {
+        const int node = nodes[p];
+        if (!electrical(node)) continue;
+        const int pinGroup = nodes[pinCount + p];
+        if (pinGroup == 0) {
+            DissolveGroup(NodeLink[node].group);
+            continue;
+        }
+        for (int q = 0; q < p; ++q) {
+            if (nodes[pinCount + q] != pinGroup || !electrical(nodes[q])) continue;
+            JoinGroups(NodeLink[node].group, NodeLink[nodes[q]].group);
+        }
+    }
+}
+
+// One leak per floating group, from its lowest node to ground.
+void CCalc::LeakFloatingGroups() {
+    for (int i = 1; i <= m_NodeCount; ++i) {
+        const int group = NodeLink[i].group;
+        if (group == 0) continue;
+        MatrixG[group][group] -= 10.0 * m_Zero;
+        DissolveGroup(group);
+    }
+}
+
+// Marks the structure; false when some row is left without any entry.
+bool CCalc::FillFlags() {
+    const int n = m_Size;
+    bool allRowsUsed = true;
+    for (int i = 1; i < n; ++i) {
+        if (RowOff[i]) continue;
+        const double* g = MatrixG[i];
+        const double* c = MatrixC[i];
+        unsigned char* fg = FlagG[i];
+        unsigned char* fc = FlagC[i];
+        unsigned char anyG = 0, anyC = 0;
+        for (int j = 1; j < n; ++j) {
+            fg[j] = g[j] != 0.0;
+            fc[j] = c[j] != 0.0;
+            anyG |= fg[j];
+            anyC |= fc[j];
+        }
+        fg[0] = anyG;
+        fc[0] = anyC;
+        if (!anyG && !anyC) allRowsUsed = false;
+    }
+    return allRowsUsed;
+}
+
+// After PhaseFloat has put leaks into rows that had nothing.
+void CCalc::RescanEmptyRows() {
+    const int n = m_Size;
+    for (int i = 1; i < n; ++i) {
+        if (RowOff[i] || FlagG[i][0]) continue;
+        const double* g = MatrixG[i];
+        unsigned char* fg = FlagG[i];
+        unsigned char any = 0;
+        for (int j = 1; j < n; ++j) {
+            fg[j] = g[j] != 0.0;
+            any |= fg[j];
+        }
+        fg[0] = any;
+    }
+}
+
+}  // namespace qz3

@@ -1,0 +1,163 @@
+#include <cmath>
+#include <utility>
+
+#include "solver/calc.h"
+
+namespace qz3 {
+
+// A sum that cancels to rounding noise becomes an exact zero, so structural
+// zeros stay zeros and a singular circuit is seen as singular. Judging against
+// the addend alone is enough: a cancellation makes the two about equal.
+bool CCalc::AddRound(double* a, double d) const {
+    if (d == 0.0) return *a != 0.0;
+    if (*a == 0.0) {
+        *a = d;
+        return true;
+    }
+    const double s = *a + d;
+    *a = s;
+    if (s == 0.0) return false;
+    if (!std::isfinite(s)) return true;
+    if (std::fabs(d) * m_Zero >= std::fabs(s)) {
+        *a = 0.0;
+        return false;
+    }
+    return true;
+}
+
+void CCalc::RowAdd(int src, int dst, double factor) {
+    const int n = m_Size;
+    const double* from = MatrixC[src];
+    const unsigned char* fromFlag = FlagC[src];
+    double* to = MatrixC[dst];
+    unsigned char* toFlag = FlagC[dst];
+    for (int j = 1; j < n; ++j) {
+        if (!fromFlag[j]) continue;
+        const double d = factor * from[j];
+        if (toFlag[j]) {
+            toFlag[j] = AddRound(&to[j], d);
+        } else {
+            to[j] = d;
+            toFlag[j] = 1;
+        }
+    }
+    toFlag[0] = 1;
+}
+
+// Rows above c that already hold a pivot are done for the forward pass; rows
+// above c without one stay candidates and may take this column.
+bool CCalc::TakesPartInColumn(int r, int c) const {
+    return !RowOff[r] && !(r < c && FlagG[r][r]) && FlagG[r][c];
+}
+
+bool CCalc::TakesPartBelow(int r, int c) const { return r != c && TakesPartInColumn(r, c); }
+
+// The greatest entry wins, the first of equal ones, and an exact 0 never.
+int CCalc::FindPivotRow(int c) const {
+    int best = 0;
+    double bestAbs = 0.0;
+    for (int r = 1; r < m_Size; ++r) {
+        if (!TakesPartInColumn(r, c)) continue;
+        const double v = std::fabs(MatrixG[r][c]);
+        if (v > bestAbs) best = r, bestAbs = v;
+    }
+    return best;
+}
+
+// Row r of MatrixG -= m * pivot row c, from column c on; the flags follow the snaps.
+void CCalc::SubtractPivotRow(int r, int c, double m) {
+    const int n = m_Size;
+    const double* pivotRow = MatrixG[c];
+    const unsigned char* pivotFlags = FlagG[c];
+    double* row = MatrixG[r];
+    unsigned char* flags = FlagG[r];
+    for (int j = c + 1; j < n; ++j) {
+        if (RowOff[j] || !pivotFlags[j]) continue;
+        const double d = -(m * pivotRow[j]);
+        if (flags[j]) {
+            flags[j] = AddRound(&row[j], d);
+        } else {
+            row[j] = d;
+            flags[j] = 1;
+        }
+    }
+    row[c] = 0.0;
+    flags[c] = 0;
+}
+
+// Gauss-Jordan on the flagged entries of MatrixG with the right side in column 0.
+// Rows are exchanged by pointer, columns never, so x needs no permuting back.
+// On return VecX[i] = -(G^-1 r)[i]; NodeBad marks undetermined (1) and infinite (255).
+void CCalc::SolveReal() {
+    const int n = m_Size;
+    if (n < 1) return;
+    double** G = MatrixG;
+    unsigned char** F = FlagG;
+    for (int i = 1; i < n; ++i) G[i][0] = VecX[i];
+
+    for (int c = 1; c < n; ++c) {
+        if (RowOff[c]) continue;
+        const int best = FindPivotRow(c);
+        if (best == 0) continue;
+        if (best != c) {
+            std::swap(G[best], G[c]);
+            std::swap(F[best], F[c]);
+        }
+        double* pivotRow = G[c];
+        const double p = pivotRow[c];
+        if (p != 1.0) {
+            for (int j = 1; j < n; ++j)
+                if (F[c][j]) pivotRow[j] /= p;
+            pivotRow[c] = 1.0;
+            pivotRow[0] /= p;
+        }
+        for (int r = 1; r < n; ++r) {
+            if (!TakesPartBelow(r, c)) continue;
+            const double m = G[r][c];
+            SubtractPivotRow(r, c, m);
+            AddRound(&G[r][0], -pivotRow[0] * m);
+        }
+    }
+
+    // A row without pivot and with nothing on its right side said nothing about
+    // its unknown: the unknown is free and takes 0.
+    for (int i = 1; i < n; ++i) {
+        if (RowOff[i] || F[i][i]) continue;
+        if (G[i][0] == 0.0) {
+            G[i][i] = 1.0;
+            F[i][i] = 1;
+        }
+    }
+    bool anyBad = false;
+    for (int i = 0; i < n; ++i) NodeBad[i] = 0;
+    for (int i = 1; i < n; ++i) VecX[i] = 0.0;
+
+    for (int i = n - 1; i >= 1; --i) {
+        if (RowOff[i]) continue;
+        const double q = G[i][0];
+        if (!F[i][i]) {
+            NodeBad[i] = q == 0.0 ? 1 : 255;
+            anyBad = true;
+            continue;
+        }
+        VecX[i] = -q;
+        for (int r = i - 1; r >= 1; --r) {
+            if (RowOff[r] || !F[r][i]) continue;
+            double* row = G[r];
+            AddRound(&row[0], -row[i] * q);
+            // Pass the dependence on an unknown that could not be found up to the rows leaning on i.
+            for (int j = i + 1; j < n; ++j)
+                if (!RowOff[j] && NodeBad[j]) F[r][j] = AddRound(&row[j], -G[i][j] * row[i]);
+        }
+    }
+    if (!anyBad) return;
+    // One ascending sweep: what depends on an undetermined unknown is undetermined too.
+    for (int i = 1; i < n; ++i) {
+        const unsigned char v = NodeBad[i];
+        if (RowOff[i] || v == 0) continue;
+        for (int r = 1; r < i; ++r)
+            if (!RowOff[r] && G[r][i] != 0.0 && NodeBad[r] < 255) NodeBad[r] = v;
+    }
+}
+
+}  // namespace qz3
