@@ -141,6 +141,7 @@ public:
     // ---- linear solve (calc_solve.cpp; the trapezoidal factorisation in calc_trap_fast.cpp)
     bool AddRound(double* a, double d) const;
     void RowAdd(int src, int dst, double factor);
+    void LoadDcRightSide();
     void SolveReal();
     bool FactorTrap();
     void PrepareTrapMatrices();

@@ -85,6 +85,18 @@ void CCalc::SubtractPivotRow(int r, int c, double m) {
     flags[c] = 0;
 }
 
+// The right side of the DC equations for SolveReal: VecE + VecB, rows out of the system 0.
+void CCalc::LoadDcRightSide() {
+    for (int i = 1; i < m_Size; ++i) {
+        if (RowOff[i]) {
+            VecX[i] = 0.0;
+            continue;
+        }
+        VecX[i] = VecE[i];
+        AddRound(&VecX[i], VecB[i]);
+    }
+}
+
 // Gauss-Jordan on the flagged entries of MatrixG with the right side in column 0.
 // Rows are exchanged by pointer, columns never, so x needs no permuting back.
 // On return VecX[i] = -(G^-1 r)[i]; NodeBad marks undetermined (1) and infinite (255).
