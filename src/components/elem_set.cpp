@@ -3,6 +3,7 @@
 #include <new>
 
 #include "components/cmp.h"
+#include "components/elem_d.h"
 #include "components/elem_l.h"
 #include "components/elem_pending.h"
 #include "components/elem_r.h"
@@ -29,14 +30,14 @@ const CCmpType kTypes[] = {
     {"L_CCL", 35, &CElemL::Create, 4, nullptr, nullptr, nullptr, kModelsLCcl, 0, "Current controlled inductor"},
     {"L_CL", 32, &CElemL::Create, 4, nullptr, nullptr, nullptr, kModelsLCl, 0, "Coupled inductors"},
     {"L_CUSTOM", 33, &CElemPending::Create, 0, nullptr, nullptr, nullptr, kPendingModelsLCustom, 0, "Custom coupled inductors"},
-    {"D_D", 10, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsDD, 0, "Diode"},
-    {"D_Z", 11, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsDZ, 0, "Zener"},
-    {"D_ZS", 12, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsDZ, 0, "Bidirectional zener"},
-    {"D_BR", 16, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsDBridge, 0, "Bridge rectifier"},
-    {"D_RING", 17, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsDBridge, 0, "Diode ring"},
-    {"D_LCT", 15, &CElemPending::Create, 3, nullptr, nullptr, nullptr, kPendingModelsThyristor, 0, "Logic controlled thyristor"},
-    {"D_VCT", 13, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsThyristor, 0, "Voltage controlled thyristor"},
-    {"D_CCT", 14, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsThyristor, 0, "Current controlled thyristor"},
+    {"D_D", 10, &CElemD::Create, 2, nullptr, nullptr, nullptr, kModelsDD, 0, "Diode"},
+    {"D_Z", 11, &CElemD::Create, 2, nullptr, nullptr, nullptr, kModelsDZ, 0, "Zener"},
+    {"D_ZS", 12, &CElemD::Create, 2, nullptr, nullptr, nullptr, kModelsDZs, 0, "Bidirectional zener"},
+    {"D_BR", 16, &CElemD::Create, 4, nullptr, nullptr, nullptr, kModelsDBridge, 0, "Bridge rectifier"},
+    {"D_RING", 17, &CElemD::Create, 4, nullptr, nullptr, nullptr, kModelsDBridge, 0, "Diode ring"},
+    {"D_LCT", 15, &CElemD::Create, 3, nullptr, nullptr, nullptr, kModelsDLct, 0, "Logic controlled thyristor"},
+    {"D_VCT", 13, &CElemD::Create, 4, nullptr, nullptr, nullptr, kModelsDVct, 0, "Voltage controlled thyristor"},
+    {"D_CCT", 14, &CElemD::Create, 4, nullptr, nullptr, nullptr, kModelsDCct, 0, "Current controlled thyristor"},
     {"V_V", 62, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Voltage source"},
     {"V_CV", 63, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "Logic controlled voltage source"},
     {"V_VCVS", 64, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled voltage source"},
