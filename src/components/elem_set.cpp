@@ -3,10 +3,12 @@
 #include <new>
 
 #include "components/cmp.h"
+#include "components/elem_cs.h"
 #include "components/elem_d.h"
 #include "components/elem_l.h"
 #include "components/elem_pending.h"
 #include "components/elem_r.h"
+#include "components/elem_s.h"
 #include "components/variable.h"
 
 namespace qz3 {
@@ -47,14 +49,14 @@ const CCmpType kTypes[] = {
     {"I_CI", 28, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "Logic controlled current source"},
     {"I_VCCS", 29, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled current source"},
     {"I_CCCS", 30, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled current source"},
-    {"S_S", 50, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Switch"},
-    {"S_LCS", 56, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "Logic controlled switch"},
-    {"S_VCS", 52, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled switch"},
-    {"S_CCS", 53, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled switch"},
-    {"S_S3", 51, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "SPDT switch"},
-    {"S_LCS3", 57, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "SPDT logic controlled switch"},
-    {"S_VCS3", 54, &CElemPending::Create, 5, nullptr, nullptr, nullptr, nullptr, 0, "SPDT voltage controlled switch"},
-    {"S_CCS3", 55, &CElemPending::Create, 5, nullptr, nullptr, nullptr, nullptr, 0, "SPDT current controlled switch"},
+    {"S_S", 50, &CElemS::Create, 2, nullptr, nullptr, nullptr, kModelsSS, 0, "Switch"},
+    {"S_LCS", 56, &CElemCS::Create, 3, nullptr, nullptr, nullptr, kModelsSLcs, 0, "Logic controlled switch"},
+    {"S_VCS", 52, &CElemCS::Create, 4, nullptr, nullptr, nullptr, kModelsSVcs, 0, "Voltage controlled switch"},
+    {"S_CCS", 53, &CElemCS::Create, 4, nullptr, nullptr, nullptr, kModelsSCcs, 0, "Current controlled switch"},
+    {"S_S3", 51, &CElemS::Create, 3, nullptr, nullptr, nullptr, kModelsSS3, 0, "SPDT switch"},
+    {"S_LCS3", 57, &CElemCS::Create, 4, nullptr, nullptr, nullptr, kModelsSLcs3, 0, "SPDT logic controlled switch"},
+    {"S_VCS3", 54, &CElemCS::Create, 5, nullptr, nullptr, nullptr, kModelsSVcs3, 0, "SPDT voltage controlled switch"},
+    {"S_CCS3", 55, &CElemCS::Create, 5, nullptr, nullptr, nullptr, kModelsSCcs3, 0, "SPDT current controlled switch"},
     {"A_A", 6, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Amperemeter"},
     {"O_O", 36, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Amplifier"},
     {"O_OD", 37, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "Differential amplifier"},
