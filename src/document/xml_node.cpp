@@ -1,6 +1,5 @@
 #include "document/xml_node.h"
 
-#include <cerrno>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -382,7 +381,6 @@ std::string PercentDecode(std::string_view text) {
 }
 
 int TextToInt(const char* text) {
-    errno = 0;
     long long value = std::strtoll(text, nullptr, 10);
     if (value > INT_MAX) return INT_MAX;
     if (value < INT_MIN) return INT_MIN;

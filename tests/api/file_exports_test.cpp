@@ -1,0 +1,201 @@
+// Opening, saving and closing through the public C interface only.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <unistd.h>
+
+#include "qz3.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kCircuits = std::string(QZ3_TEST_DATA_DIR) + "/circuits/";
+
+std::string TempDir() {
+    fs::path dir = fs::temp_directory_path() / ("qz3_api_" + std::to_string(::getpid()));
+    fs::create_directories(dir);
+    return dir.string() + "/";
+}
+
+std::string ReadBytes(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+void WriteBytes(const std::string& path, const std::string& bytes) {
+    std::ofstream out(path, std::ios::binary);
+    out << bytes;
+}
+
+std::string Error() { return QZ3_GetError(); }
+
+// The file text with the Cmps element cut out.
+std::string WithoutCmps(const std::string& text) {
+    size_t begin = text.find("<Cmps");
+    size_t end = text.find("</Cmps>");
+    size_t close = end == std::string::npos ? text.find("<Cmps />") + 8 : end + 7;
+    return text.substr(0, begin) + text.substr(close);
+}
+
+// Runs first in this program: no circuit has been opened yet, and a failed
+// open doesn't count as one.
+TEST(FileExports, BeforeAnySuccessfulOpen) {
+    EXPECT_EQ(QZ3_Save(0), -1);
+    EXPECT_EQ(Error(), "QZ3_Save: no circuit");
+    EXPECT_EQ(QZ3_Open((TempDir() + "absent.qz3").c_str()), -1);
+    EXPECT_EQ(QZ3_Close(0), -1);
+    EXPECT_EQ(Error(), "QZ3_Close: no circuit");
+    EXPECT_EQ(QZ3_SaveAs(0, nullptr), -1);
+    EXPECT_EQ(Error(), "QZ3_SaveAs: no circuit");
+}
+
+TEST(FileExports, OpenReportsBadNames) {
+    EXPECT_EQ(QZ3_Open(nullptr), -1);
+    EXPECT_EQ(Error(), "QZ3_Open: NULL pointer");
+    EXPECT_EQ(QZ3_Open(""), -1);
+    EXPECT_EQ(Error(), "QZ3_Open: no file name");
+
+    std::string absent = TempDir() + "absent";
+    EXPECT_EQ(QZ3_Open(absent.c_str()), -1);
+    EXPECT_EQ(Error(), "QZ3_Open: cannot open file " + absent + ".qz3\n" + absent + ".qz3 : No such file or directory");
+
+    std::string wrong = kCircuits + "doc_wrong_root.qz3";
+    EXPECT_EQ(QZ3_Open(wrong.c_str()), -1);
+    EXPECT_EQ(Error(), "QZ3_Open: cannot open file " + wrong + "\n" + wrong + " : wrong file format");
+
+    std::string folder = TempDir() + "folder.qz3";
+    fs::create_directories(folder);
+    EXPECT_EQ(QZ3_Open(folder.c_str()), -1);
+    EXPECT_EQ(Error(), "QZ3_Open: cannot open file " + folder + "\n" + folder + " : Is a directory");
+}
+
+TEST(FileExports, HandlesComeFromOneRisingCounter) {
+    std::string path = kCircuits + "doc_minimal";  // no extension: the .qz3 file opens
+    int a = QZ3_Open(path.c_str());
+    ASSERT_GE(a, 0) << Error();
+    EXPECT_EQ(Error(), "OK");
+    int b = QZ3_Open(path.c_str());
+    ASSERT_GT(b, a);
+    EXPECT_EQ(QZ3_Close(a), 0);
+    EXPECT_EQ(Error(), "OK");
+    EXPECT_EQ(QZ3_Close(a), -1);
+    EXPECT_EQ(Error(), "QZ3_Close: wrong circuit handle");
+    int c = QZ3_Open(path.c_str());
+    EXPECT_GT(c, b);  // a closed handle is never given again
+    EXPECT_EQ(QZ3_Close(b), 0);
+    EXPECT_EQ(QZ3_Close(c), 0);
+
+    // With every circuit closed the list stays: the old handle is "wrong".
+    EXPECT_EQ(QZ3_Save(c), -1);
+    EXPECT_EQ(Error(), "QZ3_Save: wrong circuit handle");
+    EXPECT_EQ(QZ3_SaveAs(c, "x.qz3"), -1);
+    EXPECT_EQ(Error(), "QZ3_SaveAs: wrong circuit handle");
+
+    // The info line replaces an unread error.
+    EXPECT_STREQ(QZ3_GetInfo(), "Version 3.4.30.11, Date 06/03/2022");
+    EXPECT_EQ(Error(), "Version 3.4.30.11, Date 06/03/2022");
+}
+
+TEST(FileExports, SaveAsChecksTheHandleBeforeTheName) {
+    int h = QZ3_Open((kCircuits + "doc_minimal.qz3").c_str());
+    ASSERT_GE(h, 0);
+    EXPECT_EQ(QZ3_SaveAs(h + 1000, nullptr), -1);
+    EXPECT_EQ(Error(), "QZ3_SaveAs: wrong circuit handle");
+    EXPECT_EQ(QZ3_SaveAs(h, nullptr), -1);
+    EXPECT_EQ(Error(), "QZ3_SaveAs: NULL pointer");
+    EXPECT_EQ(QZ3_SaveAs(h, ""), -1);
+    EXPECT_EQ(Error(), "QZ3_SaveAs: no file name");
+    std::string dir = TempDir();
+    EXPECT_EQ(QZ3_SaveAs(h, dir.c_str()), -1);
+    EXPECT_EQ(Error(), "QZ3_SaveAs: cannot save file " + dir);
+    std::string target = dir + "minimal_copy.qz3";
+    EXPECT_EQ(QZ3_SaveAs(h, target.c_str()), 0);
+    EXPECT_EQ(Error(), "OK");
+    EXPECT_TRUE(fs::exists(target));
+    EXPECT_EQ(QZ3_Close(h), 0);
+}
+
+TEST(FileExports, OpenThenSaveKeepsWhatTheEngineDoesNotRead) {
+    std::string folder = TempDir() + "keep/";
+    fs::create_directories(folder);
+    std::string copy = folder + "roundtrip.qz3";
+    fs::copy_file(kCircuits + "doc_roundtrip.qz3", copy, fs::copy_options::overwrite_existing);
+    std::string before = ReadBytes(copy);
+
+    int h = QZ3_Open(copy.c_str());
+    ASSERT_GE(h, 0) << Error();
+    EXPECT_EQ(QZ3_Save(h), 0);
+    EXPECT_EQ(Error(), "OK");
+    std::string after = ReadBytes(copy);
+    // Sheets, drawings, view settings and unknown keys come back byte for byte.
+    EXPECT_EQ(WithoutCmps(after), WithoutCmps(before));
+    EXPECT_NE(after.find("<Pct type=\"text\" x=\"50\" y=\"80\">a note with &amp; and spaces</Pct>"), std::string::npos);
+    EXPECT_NE(after.find("unknown_key=\"kept\""), std::string::npos);
+
+    // A file that can't be written any more is reported with its name.
+    fs::remove_all(folder);
+    EXPECT_EQ(QZ3_Save(h), -1);
+    EXPECT_EQ(Error(), "QZ3_Save: cannot save file " + copy);
+    EXPECT_EQ(QZ3_Close(h), 0);
+}
+
+TEST(FileExports, ExampleOpens) {
+    int h = QZ3_Open((std::string(QZ3_SOURCE_DIR) + "/examples/rc_lowpass.qz3").c_str());
+    ASSERT_GE(h, 0) << Error();
+    EXPECT_EQ(QZ3_Close(h), 0);
+}
+
+TEST(FileExports, BadFilesFailOrLoadWhatTheyCan) {
+    std::string dir = TempDir();
+    std::string whole = ReadBytes(kCircuits + "doc_roundtrip.qz3");
+
+    // Cut anywhere behind the Doc tag, a file still loads as far as it goes.
+    for (size_t cut : {whole.find("<Doc>") + 5, whole.find("<Cmps>") + 20, whole.size() / 2, whole.size() - 9}) {
+        std::string path = dir + "truncated.qz3";
+        WriteBytes(path, whole.substr(0, cut));
+        int h = QZ3_Open(path.c_str());
+        EXPECT_GE(h, 0) << cut << ": " << Error();
+        if (h >= 0) QZ3_Close(h);
+    }
+    WriteBytes(dir + "before_doc.qz3", whole.substr(0, whole.find("<Doc>")));
+    EXPECT_EQ(QZ3_Open((dir + "before_doc.qz3").c_str()), -1);
+    EXPECT_NE(Error().find(" : no Doc element"), std::string::npos);
+
+    std::string garbage;
+    for (int i = 0; i < 65536; ++i) garbage += char((i * 2654435761u >> 13) & 0xFF);
+    WriteBytes(dir + "garbage.qz3", garbage);
+    EXPECT_EQ(QZ3_Open((dir + "garbage.qz3").c_str()), -1);
+    EXPECT_EQ(Error().rfind("QZ3_Open: cannot open file ", 0), 0u);
+    WriteBytes(dir + "garbage_root.qz3", "<QZ3>" + garbage + "<Doc>" + garbage);
+    int g = QZ3_Open((dir + "garbage_root.qz3").c_str());
+    if (g >= 0) QZ3_Close(g);
+
+    WriteBytes(dir + "unclosed.qz3", "<QZ3>\n  <Doc>\n    <Advanced to=\"5");
+    int u = QZ3_Open((dir + "unclosed.qz3").c_str());
+    EXPECT_GE(u, 0) << Error();
+    EXPECT_EQ(QZ3_Close(u), 0);
+
+    auto start = std::chrono::steady_clock::now();
+    WriteBytes(dir + "huge.qz3", "<QZ3>\n  <Doc>\n    <Advanced zparam=\"" + std::string(10 << 20, 'z') +
+                                     "\" />\n  </Doc>\n</QZ3>\n");
+    int big = QZ3_Open((dir + "huge.qz3").c_str());
+    EXPECT_GE(big, 0) << Error();
+    EXPECT_EQ(QZ3_Close(big), 0);
+
+    std::string deep = "<QZ3>\n<Doc>\n";
+    for (int i = 0; i < 100000; ++i) deep += "<Cir>";
+    WriteBytes(dir + "deep.qz3", deep);
+    int d = QZ3_Open((dir + "deep.qz3").c_str());
+    EXPECT_GE(d, 0) << Error();
+    EXPECT_EQ(QZ3_Close(d), 0);
+    EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), 10.0);
+}
+
+}  // namespace
