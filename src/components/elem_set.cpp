@@ -3,8 +3,12 @@
 #include <new>
 
 #include "components/cmp.h"
+#include "components/elem_cs.h"
+#include "components/elem_d.h"
+#include "components/elem_l.h"
 #include "components/elem_pending.h"
 #include "components/elem_r.h"
+#include "components/elem_s.h"
 #include "components/variable.h"
 
 namespace qz3 {
@@ -23,19 +27,19 @@ const CCmpType kTypes[] = {
     {"C_C", 7, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsCC, 0, "Capacitor"},
     {"C_VCC", 8, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsCPwl, 0, "Voltage controlled capacitor"},
     {"C_CCC", 9, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsCPwl, 0, "Current controlled capacitor"},
-    {"L_L", 31, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsLL, 0, "Inductor"},
-    {"L_VCL", 34, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsLPwl, 0, "Voltage controlled inductor"},
-    {"L_CCL", 35, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsLPwl, 0, "Current controlled inductor"},
-    {"L_CL", 32, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsLCoupled, 0, "Coupled inductors"},
+    {"L_L", 31, &CElemL::Create, 2, nullptr, nullptr, nullptr, kModelsLL, 0, "Inductor"},
+    {"L_VCL", 34, &CElemL::Create, 4, nullptr, nullptr, nullptr, kModelsLVcl, 0, "Voltage controlled inductor"},
+    {"L_CCL", 35, &CElemL::Create, 4, nullptr, nullptr, nullptr, kModelsLCcl, 0, "Current controlled inductor"},
+    {"L_CL", 32, &CElemL::Create, 4, nullptr, nullptr, nullptr, kModelsLCl, 0, "Coupled inductors"},
     {"L_CUSTOM", 33, &CElemPending::Create, 0, nullptr, nullptr, nullptr, kPendingModelsLCustom, 0, "Custom coupled inductors"},
-    {"D_D", 10, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsDD, 0, "Diode"},
-    {"D_Z", 11, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsDZ, 0, "Zener"},
-    {"D_ZS", 12, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsDZ, 0, "Bidirectional zener"},
-    {"D_BR", 16, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsDBridge, 0, "Bridge rectifier"},
-    {"D_RING", 17, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsDBridge, 0, "Diode ring"},
-    {"D_LCT", 15, &CElemPending::Create, 3, nullptr, nullptr, nullptr, kPendingModelsThyristor, 0, "Logic controlled thyristor"},
-    {"D_VCT", 13, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsThyristor, 0, "Voltage controlled thyristor"},
-    {"D_CCT", 14, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsThyristor, 0, "Current controlled thyristor"},
+    {"D_D", 10, &CElemD::Create, 2, nullptr, nullptr, nullptr, kModelsDD, 0, "Diode"},
+    {"D_Z", 11, &CElemD::Create, 2, nullptr, nullptr, nullptr, kModelsDZ, 0, "Zener"},
+    {"D_ZS", 12, &CElemD::Create, 2, nullptr, nullptr, nullptr, kModelsDZs, 0, "Bidirectional zener"},
+    {"D_BR", 16, &CElemD::Create, 4, nullptr, nullptr, nullptr, kModelsDBridge, 0, "Bridge rectifier"},
+    {"D_RING", 17, &CElemD::Create, 4, nullptr, nullptr, nullptr, kModelsDBridge, 0, "Diode ring"},
+    {"D_LCT", 15, &CElemD::Create, 3, nullptr, nullptr, nullptr, kModelsDLct, 0, "Logic controlled thyristor"},
+    {"D_VCT", 13, &CElemD::Create, 4, nullptr, nullptr, nullptr, kModelsDVct, 0, "Voltage controlled thyristor"},
+    {"D_CCT", 14, &CElemD::Create, 4, nullptr, nullptr, nullptr, kModelsDCct, 0, "Current controlled thyristor"},
     {"V_V", 62, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Voltage source"},
     {"V_CV", 63, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "Logic controlled voltage source"},
     {"V_VCVS", 64, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled voltage source"},
@@ -45,14 +49,14 @@ const CCmpType kTypes[] = {
     {"I_CI", 28, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "Logic controlled current source"},
     {"I_VCCS", 29, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled current source"},
     {"I_CCCS", 30, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled current source"},
-    {"S_S", 50, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Switch"},
-    {"S_LCS", 56, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "Logic controlled switch"},
-    {"S_VCS", 52, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled switch"},
-    {"S_CCS", 53, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled switch"},
-    {"S_S3", 51, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "SPDT switch"},
-    {"S_LCS3", 57, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "SPDT logic controlled switch"},
-    {"S_VCS3", 54, &CElemPending::Create, 5, nullptr, nullptr, nullptr, nullptr, 0, "SPDT voltage controlled switch"},
-    {"S_CCS3", 55, &CElemPending::Create, 5, nullptr, nullptr, nullptr, nullptr, 0, "SPDT current controlled switch"},
+    {"S_S", 50, &CElemS::Create, 2, nullptr, nullptr, nullptr, kModelsSS, 0, "Switch"},
+    {"S_LCS", 56, &CElemCS::Create, 3, nullptr, nullptr, nullptr, kModelsSLcs, 0, "Logic controlled switch"},
+    {"S_VCS", 52, &CElemCS::Create, 4, nullptr, nullptr, nullptr, kModelsSVcs, 0, "Voltage controlled switch"},
+    {"S_CCS", 53, &CElemCS::Create, 4, nullptr, nullptr, nullptr, kModelsSCcs, 0, "Current controlled switch"},
+    {"S_S3", 51, &CElemS::Create, 3, nullptr, nullptr, nullptr, kModelsSS3, 0, "SPDT switch"},
+    {"S_LCS3", 57, &CElemCS::Create, 4, nullptr, nullptr, nullptr, kModelsSLcs3, 0, "SPDT logic controlled switch"},
+    {"S_VCS3", 54, &CElemCS::Create, 5, nullptr, nullptr, nullptr, kModelsSVcs3, 0, "SPDT voltage controlled switch"},
+    {"S_CCS3", 55, &CElemCS::Create, 5, nullptr, nullptr, nullptr, kModelsSCcs3, 0, "SPDT current controlled switch"},
     {"A_A", 6, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Amperemeter"},
     {"O_O", 36, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Amplifier"},
     {"O_OD", 37, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "Differential amplifier"},

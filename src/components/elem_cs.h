@@ -1,0 +1,72 @@
+// The switch moved by a control pin: a logic level ("S_LCS", "S_LCS3"), a
+// voltage ("S_VCS", "S_VCS3") or a current ("S_CCS", "S_CCS3"), the types
+// ending in 3 with a second contact.
+//
+// The control value c is the control minus its threshold (the document's
+// logic threshold for the logic types). Models: "Switch" follows c with a
+// hysteresis; "One-shot" closes for `Width` on each rising c; "Steps" walks
+// its resistance between Roff and Ron in N steps over `Ramp`; the time
+// models of the logic types run their signal while c is above 0; "On" and
+// "Off" stay put.
+#pragma once
+
+#include "components/switch_base.h"
+#include "expr/formula.h"
+#include "expr/param.h"
+
+namespace qz3 {
+
+extern const CModelInfo kModelsSLcs[];
+extern const CModelInfo kModelsSLcs3[];
+extern const CModelInfo kModelsSVcs[];
+extern const CModelInfo kModelsSCcs[];
+extern const CModelInfo kModelsSVcs3[];
+extern const CModelInfo kModelsSCcs3[];
+
+class CElemCS : public CSwitchBase {
+public:
+    explicit CElemCS(const CCmpType* type);
+    static CCmp* Create(const CCmpType* type) { return new CElemCS(type); }
+
+    bool Xml(CXmlNode* node, bool modelOnly) override;
+    CParam* BindParams() override;
+    bool CheckParams(CCalc* calc) override;
+    int PinKind(int pin) const override;
+    bool Simulate(CCalc* calc, int phase, double t) override;
+    std::string GetState() override;
+    std::string SaveIC(std::string& out, int index, bool apply) override;
+    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
+    void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
+    bool IsOn() const override;
+
+    // The resistance of "Steps" at step s of N.
+    double StepResistance(int s) const;
+
+    CFormula threshold{0.0};
+    CFormula hysteresis{0.0};
+    CFormula width{0.1};
+    CFormula roff{1000.0};
+    CFormula ron{1.0};
+    CFormula steps{10.0};
+    ChoiceValue slope;  // "Linear", "Cos", "Log"
+    CFormula ramp{0.1};
+    int32_t ic = 0;
+    double tEnd = 0.0;  // next time of a timer
+    int32_t step = 0;   // present step of "Steps"
+    int32_t stepCount = 0;
+
+private:
+    bool IsLogic() const;
+    bool IsCurrent() const;
+    double Control(const CCalc* calc) const;
+    bool Init(CCalc* calc, double t);
+    void ReadStored(const std::string& stored);
+    bool Stamp(CCalc* calc);
+    void CheckTimeModel(CCalc* calc, double c, bool commit, bool* changed);
+    void CheckSteps(CCalc* calc, double c, bool commit, bool* changed);
+    double StepTime() const { return ramp.m_Value / (stepCount - 1); }
+    void NextStep(double t, double* tNext, double* stepMax);
+    void SetPinGroups();
+};
+
+}  // namespace qz3

@@ -1,0 +1,102 @@
+// The ideal diode and everything built on it, in one class.
+//
+// | type     | models |
+// | "D_D"    | "Diode" (15), "PWL" (11), "Storage" (42), "Soft" (51), "SubCir" |
+// | "D_Z"    | "Zener" (15), "PWL", "SubCir": forward at Vd, reverse at -V |
+// | "D_ZS"   | "Zener" (15), "PWL", "SubCir": conducts at +V and -V |
+// | "D_VCT", "D_CCT", "D_LCT" | "Thyristor" (15), "SubCir": gated by a
+//              voltage, a current or a logic level |
+// | "D_BR", "D_RING" | "Diode" (15): four diodes, one bit of `state` each |
+//
+// No exponential law: each element is a set of linear states (`state` 0
+// off, 1 on, -1 on in reverse), and the solver's switching search picks
+// them with CheckDiode. `stage` is the second word of the cycle: for a
+// thyristor 0 blocked, 1 gate active, 2 latched; for "Storage" whether
+// charge is stored; for "Soft" storage (0) or recovery (1). The stored
+// charge q of the last two is the second unknown, dq/dt = i - q/t.
+#pragma once
+
+#include "components/cmp.h"
+#include "expr/formula.h"
+#include "expr/param.h"
+
+namespace qz3 {
+
+extern const CModelInfo kModelsDD[];
+extern const CModelInfo kModelsDZ[];
+extern const CModelInfo kModelsDZs[];
+extern const CModelInfo kModelsDVct[];
+extern const CModelInfo kModelsDCct[];
+extern const CModelInfo kModelsDLct[];
+extern const CModelInfo kModelsDBridge[];
+
+class CElemD : public CCmp {
+public:
+    explicit CElemD(const CCmpType* type);
+    static CCmp* Create(const CCmpType* type) { return new CElemD(type); }
+
+    // The model and type numbers the class tests.
+    static constexpr int kModelDiode = 15;  // also "Zener", "Thyristor"
+    static constexpr int kModelStorage = 42;
+    static constexpr int kModelSoft = 51;
+    static constexpr int kTypeD = 10;
+    static constexpr int kTypeZ = 11;
+    static constexpr int kTypeZs = 12;
+    static constexpr int kTypeVct = 13;
+    static constexpr int kTypeCct = 14;
+    static constexpr int kTypeLct = 15;
+    static constexpr int kTypeBridge = 16;
+    static constexpr int kTypeRing = 17;
+
+    bool Xml(CXmlNode* node, bool modelOnly) override;
+    CParam* BindParams() override;
+    bool CheckParams(CCalc* calc) override;
+    int PinKind(int pin) const override;
+    bool Simulate(CCalc* calc, int phase, double t) override;
+    std::string GetState() override;
+    std::string SaveIC(std::string& out, int index, bool apply) override;
+    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
+    bool GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) override;
+    void GetTraceValue(CCalc* calc, int kind, double* value, double* value2) override;
+    void Transform(const CTransform& edit) override;
+    bool SegmentRange(int* first, int* last) override;
+    bool CheckSegment(CCalc* calc, bool commit) override;
+
+    CFormula vd{0.0};         // Vd: forward drop, V
+    CFormula v{8.0};          // V: zener voltage, V
+    CFormula t{0.0};          // t: carrier life time, s
+    CFormula ts{0.0};         // ts: recovery time of "Soft", s
+    int32_t ic = 0;           // IC, "On" / "Off"
+    ChoiceValue icZ;          // IC of the zeners: "Minus", "Off", "Plus"
+    CFormula icq{0.0};        // ICQ: charge at start, A*s
+    CFormula threshold{5.0};  // Threshold of the gate, V or A
+    CFormula ihold{1.0};      // Ihold: holding current, A
+    double q = 0.0;           // stored charge
+    double i0 = 0.0;          // "Soft": current level that ends the recovery
+    int32_t stage = 0;
+
+private:
+    bool IsThyristor() const;
+    bool IsQuad() const;
+    bool HasCharge() const;
+    bool HasIC() const;
+    void Init(CCalc* calc);
+    void InitState();
+    bool Stamp(CCalc* calc);
+    void StampQuad(CCalc* calc);
+    void StampChargeRow(CCalc* calc, double lifeTime);
+    void StampSoft(CCalc* calc);
+    bool CheckQuad(CCalc* calc, bool commit);
+    bool CheckThyristor(CCalc* calc, bool commit);
+    void CheckGate(CCalc* calc, bool commit, bool* changed);
+    void CheckStorage(CCalc* calc, bool commit, bool* changed);
+    void CheckSoft(CCalc* calc, bool commit, bool* changed);
+    double GateLevel(const CCalc* calc) const;
+    bool FloatFix(CCalc* calc);
+    void SetPinGroups();
+    // Diode n of a bridge or ring as the node pair of its stamp: it conducts
+    // from `b` to `a`, like pins 1 and 0 of a single diode.
+    void QuadPair(int n, int* a, int* b) const;
+};
+
+}  // namespace qz3

@@ -1,0 +1,109 @@
+#include "components/elem_s.h"
+
+#include "components/element_state.h"
+#include "document/xml_node.h"
+#include "expr/number_text.h"
+#include "expr/state_text.h"
+#include "solver/calc.h"
+
+namespace qz3 {
+
+namespace {
+
+constexpr int kModelOn = CSwitchBase::kModelOn;
+constexpr int kModelOff = CSwitchBase::kModelOff;
+
+}  // namespace
+
+// The second way of "S_S3" has its own unknown in every model, "Clock"
+// included, so that no way shares an unknown with another element.
+const CModelInfo kModelsSS[] = {
+    {"Off", kModelOff, nullptr, 0, 1},    {"On", kModelOn, nullptr, 0, 1},     {"Step", smStep, nullptr, 0, 1},
+    {"Single", smSingle, nullptr, 0, 1}, {"Pulse", smPulse, nullptr, 0, 1},   {"Clock", smClock, nullptr, 0, 1},
+    {"List", smList, nullptr, 0, 1},     {"File", smFile, nullptr, 0, 1},     {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {},
+};
+const CModelInfo kModelsSS3[] = {
+    {"Off", kModelOff, nullptr, 0, 2},    {"On", kModelOn, nullptr, 0, 2},     {"Step", smStep, nullptr, 0, 2},
+    {"Single", smSingle, nullptr, 0, 2}, {"Pulse", smPulse, nullptr, 0, 2},   {"Clock", smClock, nullptr, 0, 2},
+    {"List", smList, nullptr, 0, 2},     {"File", smFile, nullptr, 0, 2},     {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {},
+};
+
+bool CElemS::Xml(CXmlNode* node, bool modelOnly) {
+    CCmp::Xml(node, modelOnly);
+    active = node->Bool("a", active != 0) ? 1 : 0;
+    XmlSignal(node);
+    return true;
+}
+
+CParam* CElemS::BindParams() { return BindTimeParams(); }
+
+bool CElemS::CheckParams(CCalc* calc) { return CheckSignal(calc); }
+
+bool CElemS::Simulate(CCalc* calc, int phase, double t) {
+    switch (phase) {
+        case PhaseInit: return Init(calc, t);
+        case PhaseReset: signal.Reset(); return true;
+        case PhaseStamp:
+            if (calc->m_StampPass != 0) return true;
+            if (IsTimeModel(model)) state = SignalPosition();
+            StampContacts(calc, state);
+            return true;
+        case PhaseSources: tSources = t; return true;
+        case PhasePins: SetContactGroups(); return true;
+        default: return true;
+    }
+}
+
+bool CElemS::Init(CCalc* calc, double t) {
+    if (model == kModelOn) state = 1;
+    if (model == kModelOff) state = 0;
+    if (!IsTimeModel(model)) return true;
+    if (!StartSignal(calc, t, true)) return false;
+    if (lastModel == 0) {
+        const std::string stored = StoredState(calc, this);
+        if (!stored.empty()) signal.LoadState(stored);
+    }
+    state = SignalPosition();
+    return true;
+}
+
+std::string CElemS::GetState() {
+    if (!IsTimeModel(model)) return {};
+    std::string s;
+    signal.SaveState(s);
+    AddKeyHex(s, "t", tSources);
+    return s;
+}
+
+// The delay that lets a new run at time 0 go on from where the saved one was.
+std::string CElemS::SaveIC(std::string& out, int index, bool apply) {
+    out.clear();
+    if (!IsTimeModel(model)) return out;
+    const std::string text = StateForIC(this, index, index == 0 ? GetState() : std::string());
+    const std::string time = LastKeyStr(text, "t");
+    if (time.empty()) return out;
+    const CFormula kept = signal.m_Delay;
+    signal.Shift(HexToDouble(time.c_str()));
+    out = ParamText("Delay", signal.m_Delay.m_Value);
+    if (!apply) signal.m_Delay = kept;
+    return out;
+}
+
+bool CElemS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+    CheckClock(commit, changedOut);
+    return true;
+}
+
+void CElemS::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+    SignalEvent(calc, t, tNext, stepMax, stepMin);
+}
+
+bool CElemS::IsOn() const {
+    if (model == kModelOn) return true;
+    const bool pulsed = model == smSingle || model == smPulse || model == smStep || model == smClock;
+    return pulsed && active == 0;
+}
+
+}  // namespace qz3

@@ -1,0 +1,111 @@
+#include "components/switch_base.h"
+
+#include "components/signal_link.h"
+#include "document/xml_node.h"
+#include "solver/calc.h"
+
+namespace qz3 {
+
+namespace {
+
+constexpr int kTypeS3 = 51;
+constexpr int kTypeVcs3 = 54;
+constexpr int kTypeCcs3 = 55;
+constexpr int kTypeLcs3 = 57;
+
+CParam s_ParamsStep[] = {{kParamFormula, "Delay", "s"}, {kParamOnOff, "Active"}, {}};
+CParam s_ParamsSingle[] = {{kParamFormula, "Width", "s"}, {kParamFormula, "Delay", "s"}, {kParamOnOff, "Active"}, {}};
+CParam s_ParamsPulse[] = {{kParamFormula, "Period", "s"},
+                          {kParamFormula, "Width", "s"},
+                          {kParamFormula, "Delay", "s"},
+                          {kParamOnOff, "Active"},
+                          {}};
+CParam s_ParamsClock[] = {{kParamFormula, "Period", "s"},
+                          {kParamFormula, "Step", "s"},
+                          {kParamFormula, "Delay", "s"},
+                          {kParamOnOff, "Active"},
+                          {}};
+CParam s_ParamsList[] = {{kParamList, "List"}, {kParamYesNo, "Cycle"}, {kParamFormula, "Delay", "s"}, {}};
+CParam s_ParamsFile[] = {{kParamFile, "File"}, {kParamYesNo, "Cycle"}, {kParamFormula, "Delay", "s"}, {}};
+
+}  // namespace
+
+CSwitchBase::CSwitchBase(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), signal(this) {}
+
+bool CSwitchBase::IsTimeModel(int number) {
+    return number == smStep || number == smSingle || number == smPulse || number == smClock || number == smList ||
+           number == smFile;
+}
+
+CParam* CSwitchBase::BindTimeParams() {
+    CSignal& s = signal;
+    switch (model) {
+        case smStep: return qz3::BindParams(s_ParamsStep, {&s.m_Delay, &active});
+        case smSingle: return qz3::BindParams(s_ParamsSingle, {&s.m_Width, &s.m_Delay, &active});
+        case smPulse: return qz3::BindParams(s_ParamsPulse, {&s.m_Period, &s.m_Width, &s.m_Delay, &active});
+        case smClock: return qz3::BindParams(s_ParamsClock, {&s.m_Period, &s.m_ClockStep, &s.m_Delay, &active});
+        case smList: return qz3::BindParams(s_ParamsList, {&s.m_List, &cycle, &s.m_Delay});
+        case smFile: return qz3::BindParams(s_ParamsFile, {&s.m_File, &cycle, &s.m_Delay});
+        default: return nullptr;
+    }
+}
+
+void CSwitchBase::XmlSignal(CXmlNode* node) {
+    if (!IsTimeModel(model)) return;
+    signal.m_Cycle = cycle != 0;
+    signal.Xml(node);
+    cycle = signal.m_Cycle ? 1 : 0;
+}
+
+bool CSwitchBase::CheckSignal(CCalc* calc) {
+    if (!IsTimeModel(model)) return true;
+    return signal.CheckLines(model, FullName(), typeInfo->typeName[0], calc->m_Error);
+}
+
+bool CSwitchBase::StartSignal(CCalc* calc, double t, bool run) {
+    signal.m_Cycle = cycle != 0;
+    return PrepareSignal(calc, this, signal, t, run);
+}
+
+int CSwitchBase::SignalPosition() const {
+    const int level = signal.IsHigh() ? 1 : 0;
+    return active ? level : 1 - level;
+}
+
+int CSwitchBase::SecondContact() const {
+    switch (type) {
+        case kTypeS3: return 2;
+        case kTypeLcs3: return 3;
+        case kTypeVcs3:
+        case kTypeCcs3: return 4;
+        default: return -1;
+    }
+}
+
+int CSwitchBase::SecondBranch() const { return type == kTypeCcs3 ? 2 : 1; }
+
+void CSwitchBase::StampContacts(CCalc* calc, int p) {
+    const int common = nodes[1];
+    calc->StampSwitch(nodes[0], common, firstBranch, p != 0);
+    const int second = SecondContact();
+    if (second >= 0) calc->StampSwitch(nodes[second], common, firstBranch + SecondBranch(), p == 0);
+}
+
+void CSwitchBase::CheckClock(bool commit, bool* changedOut) {
+    if (model != smClock || !signal.ClockPending()) return;
+    *changedOut = true;
+    if (commit) signal.ClockClose();
+}
+
+void CSwitchBase::SignalEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+    if (IsTimeModel(model)) signal.NextEvent(t, calc->m_StepBase, tNext, stepMax, stepMin);
+}
+
+void CSwitchBase::SetContactGroups() {
+    int* groups = nodes + pinCount;
+    groups[0] = groups[1] = 1;
+    const int second = SecondContact();
+    if (second >= 0) groups[second] = 1;
+}
+
+}  // namespace qz3
