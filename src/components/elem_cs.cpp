@@ -58,45 +58,45 @@ QZ3_CONTROLLED_ROWS(Current, "A")
 }  // namespace
 
 const CModelInfo kModelsSLcs[] = {
-    {"Switch", kModelSwitch, s_SwitchLogic, 0, 1}, {"Off", kModelOff, nullptr, 0, 1},
-    {"On", kModelOn, nullptr, 0, 1},               {"One-shot", kModelOneShot, s_OneShotLogic, 0, 1},
-    {"Step", smStep, nullptr, 0, 1},               {"Single", smSingle, nullptr, 0, 1},
-    {"Pulse", smPulse, nullptr, 0, 1},             {"Clock", smClock, nullptr, 0, 1},
-    {"List", smList, nullptr, 0, 1},               {"File", smFile, nullptr, 0, 1},
-    {"Steps", kModelSteps, s_StepsLogic, 0, 1},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", kModelSwitch, s_SwitchLogic, 0, 1, kReadVIP}, {"Off", kModelOff, nullptr, 0, 1, kReadVIP},
+    {"On", kModelOn, nullptr, 0, 1, kReadVIP},               {"One-shot", kModelOneShot, s_OneShotLogic, 0, 1, kReadVIP},
+    {"Step", smStep, nullptr, 0, 1, kReadVIP},               {"Single", smSingle, nullptr, 0, 1, kReadVIP},
+    {"Pulse", smPulse, nullptr, 0, 1, kReadVIP},             {"Clock", smClock, nullptr, 0, 1, kReadVIP},
+    {"List", smList, nullptr, 0, 1, kReadVIP},               {"File", smFile, nullptr, 0, 1, kReadVIP},
+    {"Steps", kModelSteps, s_StepsLogic, 0, 1, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSLcs3[] = {
-    {"Switch", kModelSwitch, s_SwitchLogic, 0, 2}, {"Off", kModelOff, nullptr, 0, 2},
-    {"On", kModelOn, nullptr, 0, 2},               {"One-shot", kModelOneShot, s_OneShotLogic, 0, 2},
-    {"Step", smStep, nullptr, 0, 2},               {"Single", smSingle, nullptr, 0, 2},
-    {"Pulse", smPulse, nullptr, 0, 2},             {"Clock", smClock, nullptr, 0, 2},
-    {"List", smList, nullptr, 0, 2},               {"File", smFile, nullptr, 0, 2},
-    {"Steps", kModelSteps, s_StepsLogic, 0, 2},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", kModelSwitch, s_SwitchLogic, 0, 2, kReadVIP}, {"Off", kModelOff, nullptr, 0, 2, kReadVIP},
+    {"On", kModelOn, nullptr, 0, 2, kReadVIP},               {"One-shot", kModelOneShot, s_OneShotLogic, 0, 2, kReadVIP},
+    {"Step", smStep, nullptr, 0, 2, kReadVIP},               {"Single", smSingle, nullptr, 0, 2, kReadVIP},
+    {"Pulse", smPulse, nullptr, 0, 2, kReadVIP},             {"Clock", smClock, nullptr, 0, 2, kReadVIP},
+    {"List", smList, nullptr, 0, 2, kReadVIP},               {"File", smFile, nullptr, 0, 2, kReadVIP},
+    {"Steps", kModelSteps, s_StepsLogic, 0, 2, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSVcs[] = {
-    {"Switch", kModelSwitch, s_SwitchVoltage, 0, 1}, {"Off", kModelOff, nullptr, 0, 1},
-    {"On", kModelOn, nullptr, 0, 1},                 {"One-shot", kModelOneShot, s_OneShotVoltage, 0, 1},
-    {"Steps", kModelSteps, s_StepsVoltage, 0, 1},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", kModelSwitch, s_SwitchVoltage, 0, 1, kReadVIP}, {"Off", kModelOff, nullptr, 0, 1, kReadVIP},
+    {"On", kModelOn, nullptr, 0, 1, kReadVIP},                 {"One-shot", kModelOneShot, s_OneShotVoltage, 0, 1, kReadVIP},
+    {"Steps", kModelSteps, s_StepsVoltage, 0, 1, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSCcs[] = {
-    {"Switch", kModelSwitch, s_SwitchCurrent, 0, 2}, {"Off", kModelOff, nullptr, 0, 2},
-    {"On", kModelOn, nullptr, 0, 2},                 {"One-shot", kModelOneShot, s_OneShotCurrent, 0, 2},
-    {"Steps", kModelSteps, s_StepsCurrent, 0, 2},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", kModelSwitch, s_SwitchCurrent, 0, 2, kReadVIP}, {"Off", kModelOff, nullptr, 0, 2, kReadVIP},
+    {"On", kModelOn, nullptr, 0, 2, kReadVIP},                 {"One-shot", kModelOneShot, s_OneShotCurrent, 0, 2, kReadVIP},
+    {"Steps", kModelSteps, s_StepsCurrent, 0, 2, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSVcs3[] = {
-    {"Switch", kModelSwitch, s_SwitchVoltage, 0, 2}, {"Off", kModelOff, nullptr, 0, 2},
-    {"On", kModelOn, nullptr, 0, 2},                 {"One-shot", kModelOneShot, s_OneShotVoltage, 0, 2},
-    {"Steps", kModelSteps, s_StepsVoltage, 0, 2},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", kModelSwitch, s_SwitchVoltage, 0, 2, kReadVIP}, {"Off", kModelOff, nullptr, 0, 2, kReadVIP},
+    {"On", kModelOn, nullptr, 0, 2, kReadVIP},                 {"One-shot", kModelOneShot, s_OneShotVoltage, 0, 2, kReadVIP},
+    {"Steps", kModelSteps, s_StepsVoltage, 0, 2, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSCcs3[] = {
-    {"Switch", kModelSwitch, s_SwitchCurrent, 0, 3}, {"Off", kModelOff, nullptr, 0, 3},
-    {"On", kModelOn, nullptr, 0, 3},                 {"One-shot", kModelOneShot, s_OneShotCurrent, 0, 3},
-    {"Steps", kModelSteps, s_StepsCurrent, 0, 3},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", kModelSwitch, s_SwitchCurrent, 0, 3, kReadVIP}, {"Off", kModelOff, nullptr, 0, 3, kReadVIP},
+    {"On", kModelOn, nullptr, 0, 3, kReadVIP},                 {"One-shot", kModelOneShot, s_OneShotCurrent, 0, 3, kReadVIP},
+    {"Steps", kModelSteps, s_StepsCurrent, 0, 3, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
 

@@ -47,29 +47,29 @@ CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {}};
 }  // namespace
 
 const CModelInfo kModelsDD[] = {
-    {"Diode", kModelDiode, s_ParamsDiode, 0, 1},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1},
-    {"Storage", kModelStorage, s_ParamsStorage, 0, 2},
-    {"Soft", kModelSoft, s_ParamsSoft, 0, 2},
+    {"Diode", kModelDiode, s_ParamsDiode, 0, 1, kReadVIP},
+    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"Storage", kModelStorage, s_ParamsStorage, 0, 2, kReadVIP},
+    {"Soft", kModelSoft, s_ParamsSoft, 0, 2, kReadVIP},
     {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsDZ[] = {
-    {"Zener", kModelDiode, s_ParamsZener, 0, 1},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1},
+    {"Zener", kModelDiode, s_ParamsZener, 0, 1, kReadVIP},
+    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
     {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsDZs[] = {
-    {"Zener", kModelDiode, s_ParamsZenerSym, 0, 1},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1},
+    {"Zener", kModelDiode, s_ParamsZenerSym, 0, 1, kReadVIP},
+    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
     {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsDVct[] = {{"Thyristor", kModelDiode, s_ParamsVct, 0, 1}, {"SubCir", kModelSubCir}, {}};
-const CModelInfo kModelsDCct[] = {{"Thyristor", kModelDiode, s_ParamsCct, 0, 2}, {"SubCir", kModelSubCir}, {}};
-const CModelInfo kModelsDLct[] = {{"Thyristor", kModelDiode, s_ParamsLct, 0, 1}, {"SubCir", kModelSubCir}, {}};
-const CModelInfo kModelsDBridge[] = {{"Diode", kModelDiode, s_ParamsBridge, 0, 4}, {}};
+const CModelInfo kModelsDVct[] = {{"Thyristor", kModelDiode, s_ParamsVct, 0, 1, kReadVIP}, {"SubCir", kModelSubCir}, {}};
+const CModelInfo kModelsDCct[] = {{"Thyristor", kModelDiode, s_ParamsCct, 0, 2, kReadVIP}, {"SubCir", kModelSubCir}, {}};
+const CModelInfo kModelsDLct[] = {{"Thyristor", kModelDiode, s_ParamsLct, 0, 1, kReadVIP}, {"SubCir", kModelSubCir}, {}};
+const CModelInfo kModelsDBridge[] = {{"Diode", kModelDiode, s_ParamsBridge, 0, 4, kReadVIP}, {}};
 
 CElemD::CElemD(const CCmpType* typeDescriptor) : CCmp(typeDescriptor) {
     icZ.Index = 1;

@@ -34,14 +34,14 @@ void MakeBlank(CFormula& f) {
 }  // namespace
 
 const CModelInfo kModelsLL[] = {
-    {"L", kModelL, s_ParamsL, 0, 1},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1},
+    {"L", kModelL, s_ParamsL, 0, 1, kReadVIP},
+    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
     {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsLVcl[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 1}, {}};
-const CModelInfo kModelsLCcl[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 2}, {}};
-const CModelInfo kModelsLCl[] = {{"L", kModelL, s_ParamsCoupled, 0, 2}, {}};
+const CModelInfo kModelsLVcl[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
+const CModelInfo kModelsLCcl[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsLCl[] = {{"L", kModelL, s_ParamsCoupled, 0, 2, kReadVIP}, {}};
 
 CElemL::CElemL(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), i(kNaN), i2(kNaN) {
     MakeBlank(ic);

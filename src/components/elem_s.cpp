@@ -18,15 +18,15 @@ constexpr int kModelOff = CSwitchBase::kModelOff;
 // The second way of "S_S3" has its own unknown in every model, "Clock"
 // included, so that no way shares an unknown with another element.
 const CModelInfo kModelsSS[] = {
-    {"Off", kModelOff, nullptr, 0, 1},    {"On", kModelOn, nullptr, 0, 1},     {"Step", smStep, nullptr, 0, 1},
-    {"Single", smSingle, nullptr, 0, 1}, {"Pulse", smPulse, nullptr, 0, 1},   {"Clock", smClock, nullptr, 0, 1},
-    {"List", smList, nullptr, 0, 1},     {"File", smFile, nullptr, 0, 1},     {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Off", kModelOff, nullptr, 0, 1, kReadVIP},    {"On", kModelOn, nullptr, 0, 1, kReadVIP},     {"Step", smStep, nullptr, 0, 1, kReadVIP},
+    {"Single", smSingle, nullptr, 0, 1, kReadVIP}, {"Pulse", smPulse, nullptr, 0, 1, kReadVIP},   {"Clock", smClock, nullptr, 0, 1, kReadVIP},
+    {"List", smList, nullptr, 0, 1, kReadVIP},     {"File", smFile, nullptr, 0, 1, kReadVIP},     {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSS3[] = {
-    {"Off", kModelOff, nullptr, 0, 2},    {"On", kModelOn, nullptr, 0, 2},     {"Step", smStep, nullptr, 0, 2},
-    {"Single", smSingle, nullptr, 0, 2}, {"Pulse", smPulse, nullptr, 0, 2},   {"Clock", smClock, nullptr, 0, 2},
-    {"List", smList, nullptr, 0, 2},     {"File", smFile, nullptr, 0, 2},     {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Off", kModelOff, nullptr, 0, 2, kReadVIP},    {"On", kModelOn, nullptr, 0, 2, kReadVIP},     {"Step", smStep, nullptr, 0, 2, kReadVIP},
+    {"Single", smSingle, nullptr, 0, 2, kReadVIP}, {"Pulse", smPulse, nullptr, 0, 2, kReadVIP},   {"Clock", smClock, nullptr, 0, 2, kReadVIP},
+    {"List", smList, nullptr, 0, 2, kReadVIP},     {"File", smFile, nullptr, 0, 2, kReadVIP},     {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
 
