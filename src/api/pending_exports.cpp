@@ -6,69 +6,6 @@
 
 extern "C" {
 
-QZ3_API int QZ3_GetValue(int ncir, const char* name, double* v) {
-    return qz3::api::Guarded("QZ3_GetValue", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_SetValue(int ncir, const char* name, double v) {
-    return qz3::api::Guarded("QZ3_SetValue", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_GetText(int ncir, const char* name, char* text, int length) {
-    return qz3::api::Guarded("QZ3_GetText", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_SetText(int ncir, const char* name, const char* text) {
-    return qz3::api::Guarded("QZ3_SetText", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_GetParam(int ncir, const char* name) {
-    return qz3::api::Guarded("QZ3_GetParam", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_GetParamValue(int ncir, int npar, double* v) {
-    return qz3::api::Guarded("QZ3_GetParamValue", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_SetParamValue(int ncir, int npar, double v) {
-    return qz3::api::Guarded("QZ3_SetParamValue", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_GetParamText(int ncir, int npar, char* text, int length) {
-    return qz3::api::Guarded("QZ3_GetParamText", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_SetParamText(int ncir, int npar, const char* text) {
-    return qz3::api::Guarded("QZ3_SetParamText", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
 QZ3_API int QZ3_SetTimeout(int ncir, int seconds) {
     return qz3::api::Guarded("QZ3_SetTimeout", [&]() -> int {
         qz3::api::AppendError("not available in this build");

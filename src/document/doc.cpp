@@ -50,6 +50,8 @@ CDoc::CDoc() : m_Title("Circuit" + std::to_string(++g_TitleCounter)), m_Cmps(std
 CDoc::~CDoc() {
     // The tree goes first: nothing in it points into the component list.
     m_Tree.reset();
+    for (CParamRecord* record : m_Params) delete record;
+    m_Params.Clear();
     m_Cmps.reset();
 }
 

@@ -16,11 +16,13 @@
 #include <string>
 
 #include "base/list.h"
+#include "document/param_record.h"
 #include "document/settings.h"
 
 namespace qz3 {
 
 class CCmps;
+class CParam;
 class CXmlNode;
 
 class CDoc {
@@ -38,11 +40,19 @@ public:
     // The file a subcircuit, DLL or include names: as it stands, beside the
     // document, or in one of the library folders. Empty when not found.
     std::string FindFile(const std::string& name, const std::string& ext) const;
+    // A parameter by "comp.param" for the host: "NULL pointer", "no
+    // parameter name" or "parameter <name> not found" go to `error`. With
+    // `where` the record of a new handle is filled in.
+    CParam* FindParam(const char* name, std::string& error, CParamRecord* where = nullptr);
+    // The parameter of a handle, bound to its component again with its extra
+    // word restored; "wrong parameter handle" otherwise.
+    CParam* ParamByHandle(int handle, std::string& error);
 
     std::string m_FileName;
     std::string m_Title;
     std::string m_Libraries;  // one folder a line
     std::unique_ptr<CCmps> m_Cmps;
+    TList<CParamRecord> m_Params;  // owned: the parameter handles given out
     CTranSettings m_TranSettings;
     TStringList m_States;  // one key=value line per saved state
     CACSettings m_ACSettings;

@@ -1,0 +1,243 @@
+// The base of everything that stands in a schematic: elements, labels and
+// variables.
+//
+// What a component is at run time is told by two numbers: its type number,
+// fixed at creation from the static descriptor CCmpType ("R_R" is 46), and
+// its model number, a row of the descriptor's CModelInfo table ("R" is 12).
+// One element class serves many types and models and branches on the two.
+//
+// Recipe: how an element implements its phases.
+//   1. Members: parameters are CFormula (kind 13), CPWL or plain numbers,
+//      with defaults set in the constructor, never in the file reader.
+//   2. One static CParam table per model, and one CModelInfo row per model
+//      in the type's descriptor (elem_set.cpp). BindParams re-points the
+//      current model's table at this component and returns it.
+//   3. Xml(node, modelOnly): call CCmp::Xml first, then one two-way line per
+//      file key: `r = ...; node->Val("r", r);` serves load and save alike.
+//   4. CheckParams(calc): per parameter, "<Name> : formula error" if its
+//      formula failed, else the value checks; lines through AddCmpError.
+//   5. AssignBranches: the extra unknowns the present model needs.
+//   6. Simulate(calc, phase, t): handle the phases you need, return true for
+//      the rest. PhaseInit sets `state` (and prepares tables), PhaseStamp
+//      enters coefficients in pass 0 (forced rows in pass 1), PhasePins
+//      reports which pins are joined inside the element.
+//   7. A PWL element reports SegmentRange and CheckSegment (searched by the
+//      solver) or CheckState (followed at the state check).
+// A failing Simulate returns false with its text in the solver's m_Error.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "base/list.h"
+#include "expr/param.h"
+#include "waveforms/pwl.h"
+
+namespace qz3 {
+
+class CCalc;
+class CCmp;
+class CCmps;
+class CXmlNode;
+class CCustomElemType;
+
+// The phases of Simulate, by number; 3, 8 and 10 do not exist.
+enum Phase : int {
+    PhaseInit = 0,
+    PhaseReset = 1,
+    PhaseStore = 2,
+    PhaseCheckIC = 4,
+    PhaseStamp = 5,
+    PhaseEval = 6,
+    PhaseSources = 7,
+    PhaseHistory = 9,
+    PhaseSample = 11,
+    PhaseLinearize = 12,
+    PhaseFloat = 13,
+    PhasePins = 14,
+};
+
+// Bits of PinKind.
+enum PinKindBits : int {
+    kPinAnalog = 1,
+    kPinSensing = 2,
+    kPinCapacitive = 5,
+};
+
+// Model numbers the code tests; names are in the type tables.
+enum ModelNumber : int {
+    kModelVar = 1,
+    kModelLabel = 2,
+    kModelSubCir = 10,
+    kModelPwl = 11,
+    kModelR = 12,
+    kModelC = 13,
+    kModelDll = 50,
+    kModelPwlI = 52,
+    kModelPotentiometer = 61,
+};
+
+// A pin's place in the symbol of a type; simulation uses only the count.
+class CPin {
+public:
+    CPin() = default;
+    CPin(int column, int row, int side, int group) : column(column), row(row), side(side), group(group) {}
+    virtual ~CPin() = default;
+    int column = 0;
+    int row = 0;
+    int side = 0;
+    int group = 0;
+};
+
+// One row of a type's model table; the table ends at a row with a null name.
+struct CModelInfo {
+    const char* name = nullptr;
+    int model = 0;
+    CParam* params = nullptr;
+    int editorPos = 0;
+    int branches = 0;
+    uint32_t flags = 0;
+    const char* symbol = nullptr;
+};
+
+// One alternative view: ends at a row whose pin table is empty.
+struct CViewInfo {
+    const CPin* pins = nullptr;
+    const char* symbol = nullptr;
+    const char* extraSymbol = nullptr;
+};
+
+struct CCmpType;
+using CmpFactory = CCmp* (*)(const CCmpType* type);
+
+// The static descriptor of one component type.
+struct CCmpType {
+    const char* typeName = nullptr;
+    int type = 0;
+    CmpFactory create = nullptr;
+    int pinCount = 0;
+    const CPin* pins = nullptr;
+    const char* symbol = nullptr;
+    const CViewInfo* views = nullptr;
+    const CModelInfo* models = nullptr;
+    int editorMode = 0;
+    const char* title = nullptr;
+    int symbolBox[8] = {};
+    int topicId = 0;
+};
+
+// A bulk edit of an editing host; the library never sends one itself.
+struct CTransform {
+    int kind = 0;      // 1 initial condition, 4 scale the circuit, 5 scale impedance
+    int sub = 0;       // kind 1: 0 removes, 1 sets to 0; kind 4: quantity 1 to 3
+    double factor = 1.0;
+};
+
+class CCmp {
+public:
+    explicit CCmp(const CCmpType* type);
+    virtual ~CCmp();
+    CCmp(const CCmp&) = delete;
+    CCmp& operator=(const CCmp&) = delete;
+
+    // The 26 operations, in their order.
+    virtual bool IsLabel() const { return false; }
+    virtual bool IsVariable() const { return false; }
+    virtual void BeginCustom() {}
+    virtual void EndCustom() {}
+    virtual bool Xml(CXmlNode* node, bool modelOnly);
+    virtual CParam* BindParams() { return nullptr; }
+    virtual bool CheckParams(CCalc* calc) { return true; }
+    virtual int PinKind(int pin) const { return kPinAnalog; }
+    virtual int AssignBranches(CCalc* calc, int first);
+    virtual int BranchIndex(int n) const { return firstBranch + n; }
+    virtual std::string PinName(int pin) const { return {}; }
+    virtual bool Simulate(CCalc* calc, int phase, double t) { return true; }
+    virtual std::string GetState() { return {}; }
+    virtual std::string SaveIC(std::string& out, int index, bool apply) { return {}; }
+    virtual bool CheckState(CCalc* calc, bool commit, bool* changed) { return true; }
+    virtual void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {}
+    virtual bool GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r);
+    virtual void GetTraceValue(CCalc* calc, int kind, double* value, double* value2);
+    virtual void Transform(const CTransform& edit) {}
+    virtual void* ICMemory(int op) { return nullptr; }
+    virtual bool SegmentRange(int* first, int* last) { return false; }
+    virtual void ReservedOp() {}
+    virtual bool CheckSegment(CCalc* calc, bool commit) { return false; }
+    virtual bool NextView(int delta);
+    virtual bool IsOn() const { return false; }
+
+    // The parameter table of the present model, or null for a closed one.
+    CParam* ParamTable();
+    // Row by name, ignoring case; null if none.
+    CParam* FindParam(const std::string& name);
+    // prefix + "." + name inside a subcircuit, else name.
+    std::string FullName() const;
+    bool IsClosed() const { return scrambled || scrambledKeep; }
+    const CModelInfo* ModelRow() const;
+    const char* ModelName() const;
+    // Row of the type's model table by its exact name; null if none.
+    const CModelInfo* FindModel(const std::string& name, bool ignoreCase) const;
+    // All pins unconnected: the component takes no part in a run.
+    bool IsDisconnected() const;
+    // Appends "full name : text" and a line feed to the solver's error text;
+    // returns false so that an element can write `return AddCmpError(...)`.
+    bool AddCmpError(CCalc* calc, const std::string& text) const;
+    // The common line for a formula: "<Name> : formula error".
+    bool FormulaFault(CCalc* calc, const CFormula& f, const char* name) const;
+    void AllocPins(int count);
+    int Node(int pin) const { return nodes[pin]; }
+
+    CCmps* owner = nullptr;
+    const CCmpType* typeInfo = nullptr;
+    CCustomElemType* custom = nullptr;
+    int id = 0;
+    int type = 0;
+    std::string name;
+    std::string descr;
+    int model = 0;
+    int view = 0;
+    std::string group;
+    CPWL pwl;
+    bool hostDriven = false;
+    double hostValue = 0.0;
+    bool scrambled = false;
+    bool scrambledKeep = false;
+    std::string fileName;
+    std::string prefix;
+    int lastModel = 0;
+    int state2 = 0;
+    int state = 0;
+    int savedState = 0;
+    bool changed = false;
+    bool softOpen = false;
+    bool searched = false;
+    std::string attachment;
+    TStringList* states = nullptr;
+    int pinCount = -1;
+    int* nodes = nullptr;
+    int branchCount = 0;
+    int firstBranch = 0;
+
+    // Content of the file node that no class wrote back is kept: the list
+    // remembers the node after loading and restores what is missing after
+    // saving, so that keys of other programs or later versions survive.
+    void RememberFileContent(CXmlNode* node);
+    void WriteForeignContent(CXmlNode* node) const;
+
+protected:
+    bool QuietLoad() const;
+
+private:
+    void XmlIdentity(CXmlNode* node);
+    void XmlNodes(CXmlNode* node);
+    void XmlModel(CXmlNode* node);
+    void XmlStates(CXmlNode* node);
+    void XmlAttachment(CXmlNode* node);
+    void ClearFileContent();
+
+    TStringList m_FileAttrs;           // name, value, name, value, as loaded
+    TList<CXmlNode> m_FileChildren;    // owned copies of the loaded children
+};
+
+}  // namespace qz3

@@ -1,0 +1,38 @@
+#include "components/formula_links.h"
+
+#include <string>
+
+#include "components/cmp.h"
+#include "components/cmps.h"
+#include "expr/eval_links.h"
+#include "expr/param.h"
+#include "expr/param_context.h"
+
+namespace qz3 {
+
+namespace {
+
+bool ParamValueByName(CCmps* cmps, std::string_view name, CValue& out) {
+    return cmps && cmps->FindValue(std::string(name), out);
+}
+
+CFormula* ParamFormulaByName(CCmps* cmps, std::string_view name) {
+    CParam* row = cmps ? cmps->FindParam(std::string(name)) : nullptr;
+    return row && row->Kind == kParamFormula ? &row->Formula() : nullptr;
+}
+
+CCmp* ComponentByPath(CCmps* cmps, std::string_view path) {
+    return cmps ? cmps->FindPath(std::string(path)) : nullptr;
+}
+
+}  // namespace
+
+void LinkComponentsToFormulas() {
+    CEvalLinks& links = EvalLinks();
+    links.DocCmps = &DocCmps;
+    links.ParamValue = &ParamValueByName;
+    links.ParamFormula = &ParamFormulaByName;
+    links.FindComponent = &ComponentByPath;
+}
+
+}  // namespace qz3
