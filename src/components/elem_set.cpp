@@ -3,6 +3,7 @@
 #include <new>
 
 #include "components/cmp.h"
+#include "components/elem_l.h"
 #include "components/elem_pending.h"
 #include "components/elem_r.h"
 #include "components/variable.h"
@@ -23,10 +24,10 @@ const CCmpType kTypes[] = {
     {"C_C", 7, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsCC, 0, "Capacitor"},
     {"C_VCC", 8, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsCPwl, 0, "Voltage controlled capacitor"},
     {"C_CCC", 9, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsCPwl, 0, "Current controlled capacitor"},
-    {"L_L", 31, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsLL, 0, "Inductor"},
-    {"L_VCL", 34, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsLPwl, 0, "Voltage controlled inductor"},
-    {"L_CCL", 35, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsLPwl, 0, "Current controlled inductor"},
-    {"L_CL", 32, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsLCoupled, 0, "Coupled inductors"},
+    {"L_L", 31, &CElemL::Create, 2, nullptr, nullptr, nullptr, kModelsLL, 0, "Inductor"},
+    {"L_VCL", 34, &CElemL::Create, 4, nullptr, nullptr, nullptr, kModelsLVcl, 0, "Voltage controlled inductor"},
+    {"L_CCL", 35, &CElemL::Create, 4, nullptr, nullptr, nullptr, kModelsLCcl, 0, "Current controlled inductor"},
+    {"L_CL", 32, &CElemL::Create, 4, nullptr, nullptr, nullptr, kModelsLCl, 0, "Coupled inductors"},
     {"L_CUSTOM", 33, &CElemPending::Create, 0, nullptr, nullptr, nullptr, kPendingModelsLCustom, 0, "Custom coupled inductors"},
     {"D_D", 10, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsDD, 0, "Diode"},
     {"D_Z", 11, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsDZ, 0, "Zener"},

@@ -1,0 +1,23 @@
+// The switching test of an ideal diode, shared by every element with a
+// conducting junction (diodes, thyristors, transistor junctions).
+//
+// `state` is 0 off, 1 on, -1 on in reverse. An element on tests its branch
+// current k: a current against the conduction turns it off. An element off
+// tests its voltage x[b] - x[a] against the forward drop vOn (and, with
+// hasRev, against the reverse level vRev, which has no test when infinite).
+// With commit the state moves; without it only the answer is
+// given. With commit and no reason found in the values, the undetermined
+// unknowns of the last solve decide: an on junction whose current is
+// undetermined opens, and an off one between a settled and an unsettled
+// node closes, so that the search escapes a singular set of states.
+#pragma once
+
+namespace qz3 {
+
+class CCalc;
+
+// True when the state changes or must change.
+bool CheckDiode(CCalc* calc, bool commit, int* state, int a, int b, int k, double vOn, double vRev,
+                bool hasRev);
+
+}  // namespace qz3

@@ -1,0 +1,298 @@
+#include "components/elem_l.h"
+
+#include <cmath>
+#include <limits>
+
+#include "components/element_state.h"
+#include "components/param_check.h"
+#include "document/xml_node.h"
+#include "expr/state_text.h"
+#include "solver/calc.h"
+
+namespace qz3 {
+
+namespace {
+
+constexpr int kModelL = 14;
+constexpr int kTypeL = 31;
+constexpr int kTypeCoupled = 32;
+constexpr int kTypeVcl = 34;
+constexpr int kTypeCcl = 35;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+CParam s_ParamsL[] = {{kParamFormula, "L", "H"}, {kParamFormula, "IC", "A"}, {}};
+CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {kParamFormula, "IC", "A"}, {}};
+CParam s_ParamsCoupled[] = {{kParamFormula, "L1", "H"},  {kParamFormula, "L2", "H"},
+                            {kParamFormula, "K12", ""},  {kParamFormula, "IC1", "A"},
+                            {kParamFormula, "IC2", "A"}, {}};
+
+void MakeBlank(CFormula& f) {
+    f.m_Blank = true;
+    f.m_Value = kNaN;
+}
+
+}  // namespace
+
+const CModelInfo kModelsLL[] = {
+    {"L", kModelL, s_ParamsL, 0, 1},
+    {"PWL", kModelPwl, s_ParamsPwl, 0, 1},
+    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {},
+};
+const CModelInfo kModelsLVcl[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 1}, {}};
+const CModelInfo kModelsLCcl[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 2}, {}};
+const CModelInfo kModelsLCl[] = {{"L", kModelL, s_ParamsCoupled, 0, 2}, {}};
+
+CElemL::CElemL(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), i(kNaN), i2(kNaN) {
+    MakeBlank(ic);
+    MakeBlank(ic2);
+    if (type == kTypeL) pwl.SetLabels("I", "L, H", "L(I)", "H(I)");
+    else if (type == kTypeVcl) pwl.SetLabels("V", "L, H", "L(V)", "");
+    else if (type == kTypeCcl) pwl.SetLabels("A", "L, H", "L(I)", "");
+}
+
+bool CElemL::IsCoupled() const { return type == kTypeCoupled; }
+
+bool CElemL::Xml(CXmlNode* node, bool modelOnly) {
+    CCmp::Xml(node, modelOnly);
+    if (IsCoupled()) {
+        node->Val("l1", l);
+        node->Val("l2", l2);
+        node->Val("k12", k12);
+        node->Val("ic1", ic);
+        node->Val("ic2", ic2);
+        return true;
+    }
+    // "l" stays with every model of "L_L", so a change of model keeps it.
+    if (type == kTypeL) node->Val("l", l);
+    node->Val("ic", ic);
+    return true;
+}
+
+CParam* CElemL::BindParams() {
+    if (IsCoupled()) return qz3::BindParams(s_ParamsCoupled, {&l, &l2, &k12, &ic, &ic2});
+    if (model == kModelL) return qz3::BindParams(s_ParamsL, {&l, &ic});
+    if (model == kModelPwl) return qz3::BindParams(s_ParamsPwl, {&pwl, &ic});
+    return nullptr;
+}
+
+bool CElemL::CheckParams(CCalc* calc) {
+    if (model != kModelL) return true;
+    CParamCheck check(calc, this);
+    if (!IsCoupled()) return check.Param(l, "L").Ok();
+    check.Param(l, "L1").Fault(std::isinf(l.m_Value), "L1 : infinite");
+    check.Param(l2, "L2").Fault(std::isinf(l2.m_Value), "L2 : infinite");
+    const double k = k12.m_Value;
+    check.Param(k12, "K").Fault(k < -1, "K < -1").Fault(k > 1, "K > 1");
+    return check.Ok();
+}
+
+double CElemL::Inductance() const { return model == kModelPwl ? pwl.Slope(state) : l.m_Value; }
+
+bool CElemL::Simulate(CCalc* calc, int phase, double t) {
+    switch (phase) {
+        case PhaseInit:
+            Init(calc);
+            return model == kModelPwl ? pwl.Prepare(calc) : true;
+        case PhaseStore: Store(calc); return true;
+        case PhaseCheckIC: return CheckIC(calc);
+        case PhaseStamp: return Stamp(calc);
+        case PhasePins: SetPinGroups(); return true;
+        default: return true;
+    }
+}
+
+void CElemL::Init(CCalc* calc) {
+    if (lastModel != 0) return;
+    i = ic.m_Value;
+    i2 = ic2.m_Value;
+    state = 0;
+    const std::string stored = StoredState(calc, this);
+    if (stored.empty()) return;
+    state = KeyInt(stored, "s", state);
+    if (IsCoupled()) {
+        i = KeyHex(stored, "i1", i);
+        i2 = KeyHex(stored, "i2", i2);
+    } else {
+        i = KeyHex(stored, "i", i);
+    }
+}
+
+// A zero inductor never holds a current: it stays a plain short.
+void CElemL::Store(CCalc* calc) {
+    const int k = firstBranch;
+    i = calc->VecX[k];
+    if (model == kModelL && l.m_Value == 0.0) i = kNaN;
+    if (!IsCoupled()) return;
+    i2 = calc->VecX[k + 1];
+    if (l2.m_Value == 0.0) i2 = kNaN;
+}
+
+bool CElemL::Stamp(CCalc* calc) {
+    if (calc->m_StampPass != 0) return true;
+    const int k = firstBranch;
+    if (IsCoupled()) {
+        StampCoupled(calc);
+        return true;
+    }
+    if (type == kTypeCcl) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
+    StampSingle(calc, nodes[0], nodes[1], k);
+    return true;
+}
+
+void CElemL::StampSingle(CCalc* calc, int a, int b, int k) {
+    const double L = Inductance();
+    if (calc->m_Integrating == 0) {
+        if (std::isnan(i)) {
+            StampBranchShort(calc, a, b, k);
+            return;
+        }
+        calc->StampCurrent(a, b, k, i);
+        // The current moves by the voltage over L.
+        if (L != 0.0) {
+            calc->MatrixC[k][a] = 1 / L;
+            calc->MatrixC[k][b] = -1 / L;
+        }
+        return;
+    }
+    if (std::isinf(L)) {
+        calc->StampCurrent(a, b, k, i);
+        return;
+    }
+    StampBranchShort(calc, a, b, k);
+    calc->MatrixC[k][k] = calc->m_Transient ? -L : -L * calc->m_Omega;
+}
+
+// In the DC equations a winding of known current keeps its flux L*i as the
+// row's quantity; with the derivatives both windings are shorts and the
+// mutual inductance couples their rows.
+void CElemL::StampCoupled(CCalc* calc) {
+    const int k = firstBranch;
+    const int windings[2][3] = {{nodes[0], nodes[1], k}, {nodes[2], nodes[3], k + 1}};
+    const double L[2] = {l.m_Value, l2.m_Value};
+    const double current[2] = {i, i2};
+    double** G = calc->MatrixG;
+    for (int w = 0; w < 2; ++w) {
+        const int a = windings[w][0], b = windings[w][1], kw = windings[w][2];
+        if (calc->m_Integrating != 0 || std::isnan(current[w])) {
+            StampBranchShort(calc, a, b, kw);
+            continue;
+        }
+        G[a][kw] += 1;
+        G[b][kw] -= 1;
+        G[kw][kw] = L[w];
+        calc->VecB[kw] = -(current[w] * L[w]);
+    }
+    if (calc->m_Integrating == 0) return;
+    const double scale = calc->m_Transient ? 1.0 : calc->m_Omega;
+    const double M = std::sqrt(L[0] * L[1]) * k12.m_Value;
+    double** C = calc->MatrixC;
+    C[k][k] = -L[0] * scale;
+    C[k][k + 1] = -M * scale;
+    C[k + 1][k + 1] = -L[1] * scale;
+    C[k + 1][k] = -M * scale;
+}
+
+bool CElemL::CheckIC(CCalc* calc) {
+    const int k = firstBranch;
+    const bool first = CheckCurrentIC(calc, this, i, nodes[0], nodes[1], k);
+    if (!IsCoupled()) return first;
+    const bool second = CheckCurrentIC(calc, this, i2, nodes[2], nodes[3], k + 1);
+    return first && second;
+}
+
+bool CElemL::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+    if (model != kModelPwl) return true;
+    const double* x = calc->VecX;
+    const int k = firstBranch;
+    if (type == kTypeL) {
+        *changedOut = pwl.CheckSegment(x[k], commit);
+        return true;
+    }
+    const double control = type == kTypeVcl ? x[nodes[3]] - x[nodes[2]] : x[k + 1];
+    if (!commit) {
+        *changedOut = pwl.CheckSegment(control, false);
+        return true;
+    }
+    const double oldSlope = pwl.Slope(state);
+    const int oldSegment = state;
+    *changedOut = pwl.CheckSegment(control, true);
+    const double newSlope = pwl.Slope(state);
+    if (state != oldSegment && newSlope != 0.0) {
+        // The flux stays across the change of inductance.
+        i = oldSlope * x[k] / newSlope;
+        calc->m_JumpRequest = true;
+    }
+    return true;
+}
+
+void CElemL::SetPinGroups() {
+    int* groups = nodes + pinCount;
+    groups[0] = groups[1] = 1;
+    if (pinCount < 4) return;
+    if (type == kTypeVcl) {
+        groups[2] = 2;
+        groups[3] = 3;
+    } else {
+        groups[2] = groups[3] = 2;
+    }
+}
+
+std::string CElemL::GetState() {
+    std::string s;
+    AddKeyInt(s, "s", state);
+    if (IsCoupled()) {
+        AddKeyHex(s, "i1", i);
+        AddKeyHex(s, "i2", i2);
+    } else {
+        AddKeyHex(s, "i", i);
+    }
+    return s;
+}
+
+std::string CElemL::SaveIC(std::string& out, int index, bool apply) {
+    const std::string text = StateForIC(this, index, index == 0 ? GetState() : std::string());
+    out.clear();
+    if (text.empty()) return out;
+    if (IsCoupled()) {
+        const double c1 = KeyHex(text, "i1", ic.m_Value);
+        const double c2 = KeyHex(text, "i2", ic2.m_Value);
+        if (apply) {
+            ic.SetValue(c1);
+            ic2.SetValue(c2);
+        }
+        out = ParamText("IC1", c1) + "," + ParamText("IC2", c2);
+        return out;
+    }
+    const double c = KeyHex(text, "i", ic.m_Value);
+    if (apply) ic.SetValue(c);
+    out = ParamText("IC", c);
+    return out;
+}
+
+void CElemL::Transform(const CTransform& edit) {
+    if (edit.kind == 1) {
+        const double value = edit.sub == 0 ? kNaN : 0.0;
+        ic.SetValue(value);
+        ic2.SetValue(value);
+        return;
+    }
+    if (model != kModelL) return;
+    double factor = 0.0;
+    if (edit.kind == 4 && edit.sub == 1) factor = 1 / edit.factor;
+    else if (edit.kind == 4 && edit.sub == 2) factor = 1 / (edit.factor * edit.factor);
+    else if (edit.kind == 5) factor = edit.factor;
+    if (factor == 0.0) return;
+    l.SetValue(l.m_Value * factor);
+    if (IsCoupled()) l2.SetValue(l2.m_Value * factor);
+}
+
+void* CElemL::ICMemory(int op) {
+    if (op == 1) {
+        icMemory[0] = icMemory[1];
+        icMemory[1] = i;
+    }
+    return icMemory;
+}
+
+}  // namespace qz3

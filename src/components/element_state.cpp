@@ -1,0 +1,82 @@
+#include "components/element_state.h"
+
+#include <cmath>
+#include <limits>
+
+#include "components/cmp.h"
+#include "expr/number_text.h"
+#include "expr/state_text.h"
+#include "solver/calc.h"
+
+namespace qz3 {
+
+std::string StoredState(const CCalc* calc, const CCmp* cmp) {
+    if (!calc || !calc->m_Transient || calc->m_StateId == 0 || !cmp->states) return {};
+    return StateById(*cmp->states, calc->m_StateId);
+}
+
+std::string StateForIC(const CCmp* cmp, int index, const std::string& present) {
+    if (index <= 0) return present;
+    if (!cmp->states || index > cmp->states->Count()) return {};
+    return (*cmp->states)[index - 1];
+}
+
+std::string LastKeyStr(const std::string& list, const std::string& key) {
+    std::string found;
+    const int count = ListCount(list);
+    for (int n = 0; n < count; ++n) {
+        const std::string item = ListItem(list, n);
+        const std::string value = KeyStr(item, key);
+        if (!value.empty()) found = value;
+    }
+    return found;
+}
+
+namespace {
+
+bool ReportIC(CCalc* calc, const CCmp* cmp, bool added) {
+    calc->SetError(cmp->FullName() + (added ? " : IC added" : " : IC removed"));
+    return false;
+}
+
+}  // namespace
+
+bool CheckCurrentIC(CCalc* calc, const CCmp* cmp, double& current, int a, int b, int k) {
+    const unsigned char* bad = calc->NodeBad;
+    if (std::isnan(current)) {
+        if (!bad[k]) return true;
+        current = 0.0;
+        return ReportIC(calc, cmp, true);
+    }
+    if (!bad[a] && !bad[b]) return true;
+    current = std::numeric_limits<double>::quiet_NaN();
+    return ReportIC(calc, cmp, false);
+}
+
+bool CheckVoltageIC(CCalc* calc, const CCmp* cmp, double& voltage, int a, int b, int k) {
+    const unsigned char* bad = calc->NodeBad;
+    if (std::isnan(voltage)) {
+        if (!bad[a] && !bad[b]) return true;
+        voltage = 0.0;
+        return ReportIC(calc, cmp, true);
+    }
+    if (!bad[k]) return true;
+    voltage = std::numeric_limits<double>::quiet_NaN();
+    return ReportIC(calc, cmp, false);
+}
+
+void StampBranchShort(CCalc* calc, int a, int b, int k) { StampBranchVoltage(calc, a, b, k, 0.0); }
+
+void StampBranchVoltage(CCalc* calc, int a, int b, int k, double v) {
+    if (a == b && v == 0.0) return;
+    double** G = calc->MatrixG;
+    G[a][k] += 1;
+    G[b][k] -= 1;
+    G[k][a] -= 1;
+    G[k][b] += 1;
+    calc->VecB[k] = -v;
+}
+
+std::string ParamText(const std::string& key, double value) { return key + "=" + NumberToText(value, 12); }
+
+}  // namespace qz3
