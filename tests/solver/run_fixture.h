@@ -93,6 +93,11 @@ struct RunDoc {
         return p;
     }
     double X(int node) const { return calc.VecX[node]; }
+    // A run built and ready for its operating point, without taking it.
+    bool Prepare() {
+        calc.BeginRun(true);
+        return calc.StartRun();
+    }
 };
 
 }  // namespace qz3::test
