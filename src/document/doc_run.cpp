@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "components/cmp.h"
+#include "components/cmps.h"
 #include "document/doc.h"
 #include "solver/calc.h"
 #include "solver/run_traces.h"
@@ -33,6 +34,8 @@ bool CDoc::RunFailed() {
 bool CDoc::Start() {
     CCalc& calc = *m_Calc;
     ClearRunTraces(this);
+    // Formulas come to a fixed point before the elements check their values.
+    m_Cmps->EvalParams();
     calc.BeginRun(true);
     if (!calc.StartRun()) {
         calc.CodeError("1028");
