@@ -96,6 +96,9 @@ TEST_F(ParamExports, ExactMessagesInTheOrderOfTheChecks) {
         << QZ3_GetError();
     EXPECT_EQ(QZ3_GetValue(ncir, "R1", &v), -1);
     EXPECT_STREQ(QZ3_GetError(), "QZ3_GetValue: formula error");
+    ASSERT_EQ(QZ3_SetText(ncir, "R1", "=2*R2"), 0) << QZ3_GetError();
+    EXPECT_EQ(QZ3_SetText(ncir, "R2", "=R1/2"), -1);  // R1 already reads R2
+    EXPECT_STREQ(QZ3_GetError(), "QZ3_SetText: error in formula =R1/2 : Circular reference");
 
     EXPECT_EQ(QZ3_SetParamText(ncir, 999999, nullptr), -1);
     EXPECT_STREQ(QZ3_GetError(), "QZ3_SetParamText: no text");
