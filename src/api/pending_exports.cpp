@@ -6,62 +6,6 @@
 
 extern "C" {
 
-QZ3_API int QZ3_SetTimeout(int ncir, int seconds) {
-    return qz3::api::Guarded("QZ3_SetTimeout", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_SetStep(int ncir, double step) {
-    return qz3::api::Guarded("QZ3_SetStep", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_GetSimulationTime(int ncir, double* t) {
-    return qz3::api::Guarded("QZ3_GetSimulationTime", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_Start(int ncir) {
-    return qz3::api::Guarded("QZ3_Start", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_Simulate(int ncir, double interval) {
-    return qz3::api::Guarded("QZ3_Simulate", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_SimulateInterval(int ncir, double interval) {
-    return qz3::api::Guarded("QZ3_SimulateInterval", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_SimulateStep(int ncir) {
-    return qz3::api::Guarded("QZ3_SimulateStep", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
-QZ3_API int QZ3_SaveIC(int ncir) {
-    return qz3::api::Guarded("QZ3_SaveIC", [&]() -> int {
-        qz3::api::AppendError("not available in this build");
-        return -1;
-    });
-}
-
 QZ3_API int QZ3_GetInput(int ncir, const char* name) {
     return qz3::api::Guarded("QZ3_GetInput", [&]() -> int {
         qz3::api::AppendError("not available in this build");

@@ -8,9 +8,8 @@
 
 namespace qz3 {
 
-// The document gets its solver when the run lifecycle joins it; this is the
-// one place that then hands it out.
-CCalc* DocCalc(CDoc* doc) { return nullptr; }
+// The one place that hands out a document's solver to components and parameters.
+CCalc* DocCalc(CDoc* doc) { return doc ? doc->m_Calc.get() : nullptr; }
 
 void AppendSolverError(CCalc* calc, const std::string& text) {
     if (calc) calc->m_Error += text;

@@ -6,8 +6,6 @@ namespace {
 constexpr int kLabelType = 5;
 }
 
-const CModelInfo kPendingModelsCC[] = {{"C", 13}, {"PWL", 11}, {"SubCir", 10}, {}};
-const CModelInfo kPendingModelsCPwl[] = {{"PWL", 11}, {}};
 const CModelInfo kPendingModelsLL[] = {{"L", 14}, {"PWL", 11}, {"SubCir", 10}, {}};
 const CModelInfo kPendingModelsLPwl[] = {{"PWL", 11}, {}};
 const CModelInfo kPendingModelsLCoupled[] = {{"L", 14}, {}};

@@ -24,8 +24,6 @@ public:
 
 // Model rows of families whose classes come later: names and numbers only,
 // so that the model key is checked and written back as the file had it.
-extern const CModelInfo kPendingModelsCC[];
-extern const CModelInfo kPendingModelsCPwl[];
 extern const CModelInfo kPendingModelsLL[];
 extern const CModelInfo kPendingModelsLPwl[];
 extern const CModelInfo kPendingModelsLCoupled[];

@@ -5,6 +5,7 @@
 #include "components/cmp.h"
 #include "components/elem_cs.h"
 #include "components/elem_d.h"
+#include "components/elem_c.h"
 #include "components/elem_l.h"
 #include "components/elem_pending.h"
 #include "components/elem_r.h"
@@ -25,9 +26,9 @@ const CCmpType kTypes[] = {
     {"R_Pot", 47, &CElemR::Create, 3, nullptr, nullptr, nullptr, kModelsRPot, 0, "Potentiometer"},
     {"R_VCR", 48, &CElemR::Create, 4, nullptr, nullptr, nullptr, kModelsRVcr, 0, "Voltage controlled resistor"},
     {"R_CCR", 49, &CElemR::Create, 4, nullptr, nullptr, nullptr, kModelsRCcr, 0, "Current controlled resistor"},
-    {"C_C", 7, &CElemPending::Create, 2, nullptr, nullptr, nullptr, kPendingModelsCC, 0, "Capacitor"},
-    {"C_VCC", 8, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsCPwl, 0, "Voltage controlled capacitor"},
-    {"C_CCC", 9, &CElemPending::Create, 4, nullptr, nullptr, nullptr, kPendingModelsCPwl, 0, "Current controlled capacitor"},
+    {"C_C", 7, &CElemC::Create, 2, nullptr, nullptr, nullptr, kModelsCC, 0, "Capacitor"},
+    {"C_VCC", 8, &CElemC::Create, 4, nullptr, nullptr, nullptr, kModelsCVcc, 0, "Voltage controlled capacitor"},
+    {"C_CCC", 9, &CElemC::Create, 4, nullptr, nullptr, nullptr, kModelsCCcc, 0, "Current controlled capacitor"},
     {"L_L", 31, &CElemL::Create, 2, nullptr, nullptr, nullptr, kModelsLL, 0, "Inductor"},
     {"L_VCL", 34, &CElemL::Create, 4, nullptr, nullptr, nullptr, kModelsLVcl, 0, "Voltage controlled inductor"},
     {"L_CCL", 35, &CElemL::Create, 4, nullptr, nullptr, nullptr, kModelsLCcl, 0, "Current controlled inductor"},

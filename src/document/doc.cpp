@@ -6,6 +6,7 @@
 #include "components/cmps.h"
 #include "document/xml_node.h"
 #include "expr/number_text.h"
+#include "solver/calc.h"
 
 namespace qz3 {
 
@@ -45,10 +46,17 @@ bool FileExists(const std::string& path) {
     return !path.empty() && stat(path.c_str(), &info) == 0;
 }
 
-CDoc::CDoc() : m_Title("Circuit" + std::to_string(++g_TitleCounter)), m_Cmps(std::make_unique<CCmps>(this)),
-      m_Tran(std::make_unique<CTraceSet>(this, true)), m_Freq(std::make_unique<CTraceSet>(this, false)) {}
+CDoc::CDoc()
+    : m_Title("Circuit" + std::to_string(++g_TitleCounter)),
+      m_Cmps(std::make_unique<CCmps>(this)),
+      m_Tran(std::make_unique<CTraceSet>(this, true)),
+      m_Freq(std::make_unique<CTraceSet>(this, false)),
+      m_Calc(std::make_unique<CCalc>(this)) {}
 
 CDoc::~CDoc() {
+    // The solver goes before the components: ending a run resets them.
+    if (m_Running) m_Calc->EndRun();
+    m_Calc.reset();
     // The tree goes first: nothing in it points into the component list.
     m_Tree.reset();
     for (CParamRecord* record : m_Params) delete record;

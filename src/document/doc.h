@@ -22,6 +22,7 @@
 
 namespace qz3 {
 
+class CCalc;
 class CCmps;
 class CParam;
 class CXmlNode;
@@ -50,6 +51,18 @@ public:
     // word restored; "wrong parameter handle" otherwise.
     CParam* ParamByHandle(int handle, std::string& error);
 
+    // The run (doc_run.cpp). Start begins a new transient run and finds its
+    // operating point; Simulate goes on by `interval` (mode 0: to the first
+    // point at or after the end, 2: exactly to the end) or by one turn of the
+    // solver (mode 1). On a failure the run is over, m_Running is false and
+    // RunError() says why.
+    bool Start();
+    bool Simulate(double interval, int mode);
+    const std::string& RunError() const;
+    // PhaseStore on the running components, so that a change of a value or
+    // of the step lets the run go on from the present state.
+    void KeepRunState();
+
     std::string m_FileName;
     std::string m_Title;
     std::string m_Libraries;  // one folder a line
@@ -64,6 +77,7 @@ public:
     int m_Handle = -1;
     bool m_Running = false;
     std::unique_ptr<CXmlNode> m_Tree;  // the whole file, root included
+    std::unique_ptr<CCalc> m_Calc;     // the solver, for the document's whole life
     // Why the last Load failed; the library appends it behind its prefix.
     std::string m_LastError;
 
@@ -74,6 +88,7 @@ public:
 
 private:
     void ReadTraceSets(CXmlNode& doc);
+    bool RunFailed();
     bool ReadDoc(CXmlNode& doc);
     void ReadTran(CXmlNode& tran);
     void ReadFreq(CXmlNode& freq);

@@ -52,10 +52,7 @@ int AddParamHandle(CDoc* doc, const CParamRecord& record, int handle) {
 }
 
 void BeforeParamChange(CDoc* doc) {
-    CCalc* calc = DocCalc(doc);
-    if (!calc || calc->m_State == 0) return;
-    for (CCmp* cmp : calc->m_Cmps)
-        if (cmp->model != kModelSubCir) cmp->Simulate(calc, PhaseStore, 0.0);
+    if (doc) doc->KeepRunState();
 }
 
 void AfterParamChange(CDoc* doc) {

@@ -30,10 +30,12 @@
 #include <vector>
 
 #include "base/list.h"
+#include "document/settings.h"
 
 namespace qz3 {
 
 class CCmp;
+class CCmps;
 class CDoc;
 class CTrace;
 
@@ -149,8 +151,36 @@ public:
     bool StepTrapFast();
     void TrapFastProduct();
 
-    // ---- component and document walks (calc_walks.cpp); empty until CCmp and CDoc exist
+    // ---- the transient state machine (calc_step.cpp)
+    enum {
+        StateIdle = 0, StateIC = 1, StateReIC = 2, StateFirst = 3, StateEuler = 4,
+        StateFactor = 5, StateTrap = 6, StateEdge = 7
+    };
+    bool StepOnce();
+    bool SimStep();
+    void PlanStep();
+    bool StoreResults();
+    bool CheckStates(bool commit);
+
+    // ---- steps that assemble (calc_euler_trap.cpp)
+    bool StepEuler();
+    bool StepTrap();
+
+    // ---- the switching search (calc_switching.cpp)
+    int SolveSwitching(bool euler);
+    int TrySwitching(bool euler, int kind, int pass);
+    int NextSwitchState();
+    bool PushSnapshot();
+    bool SnapshotSeen() const;
+    void ReportInfinite();
+
+    // ---- the initial state (calc_initial.cpp)
+    bool SimIC();
+    bool SimState();
+
+    // ---- component and document walks (calc_walks.cpp)
     bool PrepareCmps();
+    bool PrepareCmpList(CCmps* list);
     bool RunPhase(int phase, double t);
     bool CollectPinNodes();
     int AssignAllBranches(int first);
@@ -166,6 +196,17 @@ public:
     std::string CmpPinName(const CCmp* cmp, int pin) const;
     std::string TraceName(const CTrace* trace) const;
     std::string TimeText(double t) const;
+    // The document's Advanced settings, or the defaults for a solver without one.
+    const CAdvancedSettings& Advanced() const;
+    // The step setting of the document; m_StepBase for a solver without one.
+    double StepSetting() const;
+    // The two factors of the step table row the user chose.
+    double SmallestStepFactor() const;
+    double FirstStepFactor() const;
+    // 1e-12 * min(|a|, |b|) >= |a - b|: a time has reached an event time.
+    static bool TimesMeet(double a, double b);
+    // The process clock in milliseconds.
+    static int32_t ClockMs();
 
     // Phases of an element's Simulate, as the walks pass them.
     enum {
@@ -268,6 +309,25 @@ private:
     int FindPivotRow(int c) const;
     void SubtractPivotRow(int r, int c, double m);
     void SwapTrapRows(int r1, int r2);
+    // Parts of the state machine and the search.
+    bool RunState();
+    bool AcceptStep(int& hit, bool& done);
+    int TestStep(int& hit);
+    bool CommitEvent();
+    bool BracketEvent(int& hit, bool& located);
+    void PlanEulerPhase(bool& factorNow);
+    void FitStepsToBreak();
+    bool TakeStep();
+    void RestoreSavedStates();
+    void ResetSearchMarks();
+    bool SolvePresentStates(bool euler);
+    bool GiveWayAtInfinite();
+    bool TimedOut() const;
+    void SetTimeOutText();
+    int EscapeCycle();
+    void WriteSnapshotToStates(const int32_t* snapshot);
+    std::string InfiniteLine(int i) const;
+    void LoadTrapRightSide();
     void ScaleTrapRow(int c);
 };
 

@@ -40,6 +40,11 @@ void CCalc::BeginRun(bool transient) {
 }
 
 bool CCalc::StartRun() {
+    // A step that isn't positive would never move the time on.
+    if (m_Transient && !(m_StepBase > 0.0)) {
+        SetError("step <= 0");
+        return false;
+    }
     if (m_Changes & 4) {
         m_Cmps.Clear();
         m_MaxNode = 0;

@@ -1,63 +1,213 @@
 // The solver's reach into the components and the document.
 //
 // Each of these walks m_Cmps (or the document) and is the only place that
-// does. Until the component base and the document are built into the
-// library, a run has no components: every walk below is what it is for an
-// empty list, and the numeric parts of the solver are driven directly.
-#include <cstdio>
+// does. Subcircuit containers (model 10) stand in m_Cmps only to be found:
+// no phase of the solver reaches them.
+#include <cmath>
+#include <ctime>
 
+#include "components/cmp.h"
+#include "components/cmps.h"
+#include "document/doc.h"
+#include "expr/number_text.h"
+#include "expr/state_text.h"
 #include "solver/calc.h"
+#include "solver/run_traces.h"
 
 namespace qz3 {
 
-// Collects the components of the document into m_Cmps, with CheckParams and PhaseInit.
-bool CCalc::PrepareCmps() { return true; }
+namespace {
 
-// Simulate(phase, t) on every component of m_Cmps except subcircuit containers.
-bool CCalc::RunPhase(int phase, double t) { return true; }
+bool Simulated(const CCmp* cmp) { return cmp->model != kModelSubCir; }
 
-// AddNodeId for every non-zero pin entry, with the pin's PinKind.
-bool CCalc::CollectPinNodes() { return true; }
+// Node ids of a subcircuit level are moved above all ids given out so far,
+// so that levels don't collide; 0 stays ground, negative stays unconnected.
+int OffsetPinNodes(CCmps* list, int offset) {
+    int highest = offset;
+    for (int i = 0; i < list->Count(); ++i) {
+        CCmp* cmp = list->At(i);
+        for (int p = 0; p < cmp->pinCount; ++p) {
+            if (cmp->nodes[p] <= 0) continue;
+            cmp->nodes[p] += offset;
+            if (cmp->nodes[p] > highest) highest = cmp->nodes[p];
+        }
+    }
+    return highest;
+}
 
-// AssignBranches(calc, first) on every component; the number of unknowns they take.
-int CCalc::AssignAllBranches(int first) { return 0; }
+}  // namespace
 
-// Replaces every non-zero pin entry by NodeIndex of it.
-void CCalc::RenumberPins() {}
+bool CCalc::PrepareCmps() {
+    if (!m_Doc || !m_Doc->m_Cmps) return true;
+    return PrepareCmpList(m_Doc->m_Cmps.get());
+}
 
-// Replaces the node id `from` by `to` in all pins.
-void CCalc::RenameNodeInPins(int from, int to) {}
+// All faults of all components are listed before the run gives up.
+bool CCalc::PrepareCmpList(CCmps* list) {
+    m_MaxNode = OffsetPinNodes(list, m_MaxNode);
+    bool sound = true;
+    for (int i = 0; i < list->Count(); ++i) {
+        CCmp* cmp = list->At(i);
+        if (cmp->IsDisconnected()) continue;
+        cmp->owner = list;
+        m_Cmps.Add(cmp);
+        if (!cmp->CheckParams(this)) sound = false;
+        if (cmp->model != cmp->lastModel) {
+            cmp->pwl.Reset();
+            cmp->Simulate(this, PhaseReset, m_Time);
+        }
+        if (cmp->model == kModelSubCir) {
+            // Flattening of subcircuits joins the library with the hierarchy.
+            CmpError(cmp, "subcircuits not available in this build");
+            CodeError("1025");
+            return false;
+        }
+        if (cmp->model == kModelPwl && !cmp->pwl.Prepare(this)) {
+            CodeError("1026");
+            return false;
+        }
+        if (!cmp->Simulate(this, PhaseInit, m_Time)) {
+            CodeError("1027");
+            return false;
+        }
+        cmp->lastModel = cmp->model;
+    }
+    return sound;
+}
 
-// PhasePins on every component, then JoinPinGroups with its `nodes`.
-void CCalc::GroupComponentPins() {}
+bool CCalc::RunPhase(int phase, double t) {
+    for (CCmp* cmp : m_Cmps)
+        if (Simulated(cmp) && !cmp->Simulate(this, phase, t)) return false;
+    return true;
+}
 
-// PhaseFloat on every component; false when one of them added a leak.
-bool CCalc::FloatComponents() { return true; }
+bool CCalc::CollectPinNodes() {
+    for (CCmp* cmp : m_Cmps)
+        for (int p = 0; p < cmp->pinCount; ++p)
+            if (cmp->nodes[p] != 0 && !AddNodeId(cmp->nodes[p], cmp->PinKind(p))) return false;
+    return true;
+}
 
-// The transient trace set prepares itself; its text goes to m_Error.
-bool CCalc::PrepareTraces() { return true; }
+int CCalc::AssignAllBranches(int first) {
+    int count = 0;
+    for (CCmp* cmp : m_Cmps) count += cmp->AssignBranches(this, first + count);
+    return count;
+}
 
-// Signal and pwl members reset and PhaseReset on the document's top list.
-void CCalc::ResetComponents() {}
+void CCalc::RenumberPins() {
+    for (CCmp* cmp : m_Cmps)
+        for (int p = 0; p < cmp->pinCount; ++p)
+            if (cmp->nodes[p] != 0) cmp->nodes[p] = NodeIndex(cmp->nodes[p]);
+}
 
-// Transient or AC settings, the stored state to start from, the built-in
-// variables and lastModel of the top list.
-void CCalc::LoadRunSettings() {}
+void CCalc::RenameNodeInPins(int from, int to) {
+    for (CCmp* cmp : m_Cmps)
+        for (int p = 0; p < cmp->pinCount; ++p)
+            if (cmp->nodes[p] == from) cmp->nodes[p] = to;
+}
 
-// The memory counter of the run's trace set.
-void CCalc::ReportMemory(int64_t delta) {}
+void CCalc::GroupComponentPins() {
+    for (CCmp* cmp : m_Cmps) {
+        if (!Simulated(cmp) || cmp->pinCount <= 0) continue;
+        cmp->Simulate(this, PhasePins, m_Time);
+        JoinPinGroups(cmp->nodes, cmp->pinCount);
+    }
+}
 
-std::string CCalc::CmpFullName(const CCmp* cmp) const { return std::string(); }
+bool CCalc::FloatComponents() {
+    bool none = true;
+    for (CCmp* cmp : m_Cmps)
+        if (Simulated(cmp) && !cmp->Simulate(this, PhaseFloat, m_Time)) none = false;
+    return none;
+}
 
-std::string CCalc::CmpPinName(const CCmp* cmp, int pin) const { return std::string(); }
+bool CCalc::PrepareTraces() {
+    SetError(PrepareRunTraces(m_Doc, *this));
+    return m_Error.empty();
+}
 
-std::string CCalc::TraceName(const CTrace* trace) const { return std::string(); }
+void CCalc::ResetComponents() {
+    if (!m_Doc || !m_Doc->m_Cmps) return;
+    CCmps& list = *m_Doc->m_Cmps;
+    for (int i = 0; i < list.Count(); ++i) {
+        CCmp* cmp = list.At(i);
+        cmp->pwl.Reset();
+        cmp->Simulate(this, PhaseReset, m_Time);
+    }
+}
+
+void CCalc::LoadRunSettings() {
+    if (!m_Doc) return;
+    const CTranSettings& tran = m_Doc->m_TranSettings;
+    const CAdvancedSettings& advanced = m_Doc->m_Advanced;
+    m_Zero = advanced.m_Zero;
+    m_LogicLow = advanced.m_Low;
+    m_LogicHigh = advanced.m_High;
+    m_LogicThr = advanced.m_Thr;
+    if (m_Transient) {
+        m_Screen = tran.m_Screen;
+        m_StepBase = tran.m_Step;
+        m_NoStartTrigger = !tran.HasStartCondition();
+        m_StateId = 0;
+        m_StartTime = tran.m_Start;
+        m_Time = 0.0;
+        if (m_StateIndex >= 0 && m_StateIndex < m_Doc->m_States.Count()) {
+            const std::string& line = m_Doc->m_States[m_StateIndex];
+            m_StateId = KeyInt(line, "id", 0);
+            m_StartTime = m_Time = KeyDouble(line, "t", 0.0);
+        }
+    } else {
+        const CACSettings& ac = m_Doc->m_ACSettings;
+        m_AcType = ac.m_Type;
+        m_AcList = ac.m_List;
+        m_AcFrom = ac.m_From;
+        m_AcTo = ac.m_To;
+        m_AcPoints = ac.m_Points;
+        m_AcScale = ac.m_Scale;
+        m_AcSource = ac.m_Id;
+        m_AcAlg = ac.m_Alg;
+        m_AcDcop = ac.m_DCOP;
+        m_AcFaf = ac.m_Faf;
+        m_AcFhl = ac.m_Fhl;
+        m_AcFmr = ac.m_Fmr;
+        m_AcFsh = ac.m_Fsh;
+        m_AcFpop = ac.m_Fpop;
+        m_AcStep = tran.m_Step;
+    }
+    if (!m_Doc->m_Cmps) return;
+    for (int i = 0; i < m_Doc->m_Cmps->Count(); ++i) m_Doc->m_Cmps->At(i)->lastModel = 0;
+}
+
+void CCalc::ReportMemory(int64_t delta) { CountRunMemory(m_Doc, m_Transient, delta); }
+
+std::string CCalc::CmpFullName(const CCmp* cmp) const { return cmp ? cmp->FullName() : std::string(); }
+
+std::string CCalc::CmpPinName(const CCmp* cmp, int pin) const { return cmp ? cmp->PinName(pin) : std::string(); }
+
+std::string CCalc::TraceName(const CTrace* trace) const { return RunTraceName(trace); }
 
 // Six significant digits, as the number text of the expression language prints them.
-std::string CCalc::TimeText(double t) const {
-    char text[32];
-    std::snprintf(text, sizeof text, "%.6g", t);
-    return text;
+std::string CCalc::TimeText(double t) const { return NumberToText(t, 6); }
+
+const CAdvancedSettings& CCalc::Advanced() const {
+    static const CAdvancedSettings defaults;
+    return m_Doc ? m_Doc->m_Advanced : defaults;
+}
+
+double CCalc::StepSetting() const { return m_Doc ? m_Doc->m_TranSettings.m_Step : m_StepBase; }
+
+// The settings keep the smallest-step factors ("s_fs", ...) in m_StepFirst and
+// the first-step factors ("s_ff", ...) in m_StepSecond.
+double CCalc::SmallestStepFactor() const { return Advanced().m_StepFirst[Advanced().m_StepMode]; }
+
+double CCalc::FirstStepFactor() const { return Advanced().m_StepSecond[Advanced().m_StepMode]; }
+
+bool CCalc::TimesMeet(double a, double b) {
+    return 1e-12 * std::fmin(std::fabs(a), std::fabs(b)) >= std::fabs(a - b);
+}
+
+int32_t CCalc::ClockMs() {
+    return static_cast<int32_t>(static_cast<double>(std::clock()) * 1000.0 / CLOCKS_PER_SEC);
 }
 
 }  // namespace qz3

@@ -82,7 +82,7 @@ TEST(Cmps, LoaderReportsUnknownTypesModelsAndEmptyNames) {
 
 TEST(Cmps, ParamAccessReadsAssignsAndNamesModels) {
     CCmps list(nullptr);
-    Parsed file(R"x(<Cmp type="R_R" name="R1" r="100" /><Cmp type="C_C" name="C1" model="C" />)x"
+    Parsed file(R"x(<Cmp type="R_R" name="R1" r="100" /><Cmp type="L_CUSTOM" name="D1" model="L" />)x"
                 R"x(<Cmp type="var" name="K" value="3" />)x");
     ASSERT_TRUE(list.Load(&file.node));
     std::string result;
@@ -110,7 +110,7 @@ TEST(Cmps, ParamAccessReadsAssignsAndNamesModels) {
         {"R1.MODEL", "", "R", true},
         {"R1.model", "pwl", "PWL", true},
         {"R1.Model", "Nope", "Nope not found", false},
-        {"C1.anything", "", "C", true},  // no parameter table: acts as the model
+        {"D1.anything", "", "L", true},  // no parameter table: acts as the model
         {".R", "", ".R not found", false},
         {"R9.R", "", "R9 not found", false},
         {"R1.X", "", "R1.X not found", false},

@@ -87,7 +87,7 @@ TEST(CalcLifecycle, ErrorTexts) {
     c.SetError("boom");
     c.m_Time = 0.5;
     EXPECT_TRUE(c.EndRun());
-    EXPECT_EQ(c.m_Error, "Transient error:\nt=0.5\nboom");
+    EXPECT_EQ(c.m_Error, "Transient error:\nt=500e-3\nboom");
     c.ClearError();
     EXPECT_EQ(c.ErrorText(), nullptr);
 }

@@ -198,7 +198,9 @@ TEST_F(RunCommandSimulation, TimeStepAndSetChangeTheRun) {
     ASSERT_FALSE(rows.empty());
     EXPECT_NEAR(rows.back()[0], 2e-3, 1e-9);
     EXPECT_NEAR(rows.back()[1], 1 - std::exp(-1.0), 2e-3);  // tau is now 2 ms
-    EXPECT_LT(rows.size(), 1000u);  // 200 steps of 10 us, not 2000 of 1 us
+    // 200 steps of 10 us, not 2000 of 1 us; each slice end the command lands
+    // on exactly is a new start with a few short steps behind it.
+    EXPECT_LT(rows.size(), 1500u);
     std::remove(csv.c_str());
 
     result = RunCli({"run", kRc, "--set", "R9.R=1"});

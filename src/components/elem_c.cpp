@@ -1,0 +1,219 @@
+#include "components/elem_c.h"
+
+#include <cmath>
+#include <limits>
+
+#include "components/element_state.h"
+#include "components/param_check.h"
+#include "document/xml_node.h"
+#include "expr/state_text.h"
+#include "solver/calc.h"
+
+namespace qz3 {
+
+namespace {
+
+constexpr int kTypeC = 7;
+constexpr int kTypeVcc = 8;
+constexpr int kTypeCcc = 9;
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+CParam s_ParamsC[] = {{kParamFormula, "C", "F"}, {kParamFormula, "IC", "V"}, {}};
+CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {kParamFormula, "IC", "V"}, {}};
+
+}  // namespace
+
+const CModelInfo kModelsCC[] = {
+    {"C", kModelC, s_ParamsC, 0, 1},
+    {"PWL", kModelPwl, s_ParamsPwl, 0, 1},
+    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {},
+};
+const CModelInfo kModelsCVcc[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 1}, {}};
+const CModelInfo kModelsCCcc[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 2}, {}};
+
+CElemC::CElemC(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), v(kNaN) {
+    ic.m_Blank = true;
+    ic.m_Value = kNaN;
+    if (type == kTypeC) pwl.SetLabels("V", "C, F", "C(V)", "Q(V)");
+    else if (type == kTypeVcc) pwl.SetLabels("V", "C, F", "C(V)", "");
+    else if (type == kTypeCcc) pwl.SetLabels("A", "C, F", "C(I)", "");
+}
+
+bool CElemC::IsControlled() const { return type == kTypeVcc || type == kTypeCcc; }
+
+bool CElemC::Xml(CXmlNode* node, bool modelOnly) {
+    CCmp::Xml(node, modelOnly);
+    // "c" stays with every model of "C_C", so a change of model keeps it.
+    if (type == kTypeC) node->Val("c", c);
+    node->Val("ic", ic);
+    return true;
+}
+
+CParam* CElemC::BindParams() {
+    if (model == kModelC) return qz3::BindParams(s_ParamsC, {&c, &ic});
+    if (model == kModelPwl) return qz3::BindParams(s_ParamsPwl, {&pwl, &ic});
+    return nullptr;
+}
+
+bool CElemC::CheckParams(CCalc* calc) {
+    if (model != kModelC) return true;
+    CParamCheck check(calc, this);
+    return check.Param(c, "C").Ok();
+}
+
+int CElemC::PinKind(int pin) const {
+    if (pin < 2) return kPinCapacitive;
+    return type == kTypeVcc ? kPinSensing : kPinAnalog;
+}
+
+double CElemC::Capacitance() const { return model == kModelPwl ? pwl.Slope(state) : c.m_Value; }
+
+bool CElemC::Simulate(CCalc* calc, int phase, double t) {
+    switch (phase) {
+        case PhaseInit: Init(calc); return true;
+        case PhaseStore: v = calc->VecX[nodes[1]] - calc->VecX[nodes[0]]; return true;
+        case PhaseCheckIC: return CheckVoltageIC(calc, this, v, nodes[0], nodes[1], firstBranch);
+        case PhaseStamp: return Stamp(calc);
+        case PhasePins: SetPinGroups(); return true;
+        default: return true;
+    }
+}
+
+// Only the first run of a model takes the IC: a rebuild in mid-run keeps the
+// voltage that PhaseStore saved.
+void CElemC::Init(CCalc* calc) {
+    if (lastModel != 0) return;
+    v = ic.m_Value;
+    state = 0;
+    const std::string stored = StoredState(calc, this);
+    if (stored.empty()) return;
+    v = KeyHex(stored, "v", v);
+    state = KeyInt(stored, "s", state);
+}
+
+bool CElemC::Stamp(CCalc* calc) {
+    if (calc->m_StampPass != 0) return true;
+    const int a = nodes[0], b = nodes[1], k = firstBranch;
+    if (type == kTypeCcc) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
+    const double cap = Capacitance();
+    if (calc->m_Integrating == 0) StampDc(calc, a, b, k, cap);
+    else StampDynamic(calc, a, b, k, cap);
+    return true;
+}
+
+// The branch current is the unknown k and is held at 0.
+void CElemC::StampOpen(CCalc* calc, int a, int b, int k) {
+    double** G = calc->MatrixG;
+    if (a != b) {
+        G[a][k] += 1;
+        G[b][k] -= 1;
+    }
+    G[k][k] = 1;
+    calc->VecB[k] = -0.0;
+}
+
+// Without an IC the capacitor is open; with one it is a source of that
+// voltage, marked in MatrixC by how the current would move it.
+void CElemC::StampDc(CCalc* calc, int a, int b, int k, double cap) {
+    if (std::isnan(v)) {
+        StampOpen(calc, a, b, k);
+        return;
+    }
+    StampBranchVoltage(calc, a, b, k, v);
+    if (cap != 0.0) calc->MatrixC[k][k] = -1 / cap;
+}
+
+// i = C dv/dt; an infinite capacitance holds its voltage for good.
+void CElemC::StampDynamic(CCalc* calc, int a, int b, int k, double cap) {
+    if (std::isinf(cap)) {
+        StampBranchVoltage(calc, a, b, k, v);
+        return;
+    }
+    StampOpen(calc, a, b, k);
+    const double scaled = calc->m_Transient ? cap : cap * calc->m_Omega;
+    calc->MatrixC[k][a] += scaled;
+    calc->MatrixC[k][b] -= scaled;
+}
+
+bool CElemC::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+    if (model != kModelPwl) return true;
+    if (IsControlled()) return FollowControl(calc, commit, changedOut);
+    const double* x = calc->VecX;
+    *changedOut = pwl.CheckSegment(x[nodes[1]] - x[nodes[0]], commit);
+    return true;
+}
+
+// A new segment keeps the charge Q = C v: the voltage jumps, and the jump
+// needs a new operating point.
+bool CElemC::FollowControl(CCalc* calc, bool commit, bool* changedOut) {
+    const double* x = calc->VecX;
+    const double control = type == kTypeVcc ? x[nodes[3]] - x[nodes[2]] : x[firstBranch + 1];
+    if (!commit) {
+        *changedOut = pwl.CheckSegment(control, false);
+        return true;
+    }
+    const double oldSlope = pwl.Slope(state);
+    const int oldSegment = state;
+    *changedOut = pwl.CheckSegment(control, true);
+    const double newSlope = pwl.Slope(state);
+    if (state != oldSegment && newSlope != 0.0) {
+        v = (x[nodes[1]] - x[nodes[0]]) * oldSlope / newSlope;
+        calc->m_JumpRequest = true;
+    }
+    return true;
+}
+
+// The branch equation joins pins 0 and 1; a control voltage pair draws
+// nothing, a control current path joins its two pins.
+void CElemC::SetPinGroups() {
+    int* groups = nodes + pinCount;
+    groups[0] = groups[1] = 1;
+    if (pinCount < 4) return;
+    if (type == kTypeVcc) {
+        groups[2] = 2;
+        groups[3] = 3;
+    } else {
+        groups[2] = groups[3] = 2;
+    }
+}
+
+std::string CElemC::GetState() {
+    std::string s;
+    AddKeyHex(s, "v", v);
+    AddKeyInt(s, "s", state);
+    return s;
+}
+
+std::string CElemC::SaveIC(std::string& out, int index, bool apply) {
+    const std::string text = StateForIC(this, index, index == 0 ? GetState() : std::string());
+    out.clear();
+    if (text.empty()) return out;
+    const double value = KeyHex(text, "v", ic.m_Value);
+    if (apply) ic.SetValue(value);
+    out = ParamText("IC", value);
+    return out;
+}
+
+void CElemC::Transform(const CTransform& edit) {
+    if (edit.kind == 1) {
+        ic.SetValue(edit.sub == 0 ? kNaN : 0.0);
+        return;
+    }
+    if (model != kModelC) return;
+    double divisor = 0.0;
+    if (edit.kind == 4 && edit.sub == 1) divisor = edit.factor;
+    else if (edit.kind == 4 && edit.sub == 3) divisor = edit.factor * edit.factor;
+    else if (edit.kind == 5) divisor = edit.factor;
+    if (divisor != 0.0) c.SetValue(c.m_Value / divisor);
+}
+
+void* CElemC::ICMemory(int op) {
+    if (op == 1) {
+        icMemory[0] = icMemory[1];
+        icMemory[1] = v;
+    }
+    return icMemory;
+}
+
+}  // namespace qz3

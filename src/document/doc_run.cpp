@@ -1,0 +1,92 @@
+// A document's transient run: start, go on, fail.
+//
+// There is no end of a run at a final time: the host decides how far to go.
+// A failure ends the run, so that the next simulate call starts at time 0.
+#include <cmath>
+
+#include "components/cmp.h"
+#include "components/cmps.h"
+#include "document/doc.h"
+#include "solver/calc.h"
+#include "solver/run_traces.h"
+
+namespace qz3 {
+
+namespace {
+
+// Turns in a row that leave the time where it was before a run is given up:
+// an operating point, a rebuild and a jump take a few, never this many.
+constexpr int kMaxStandingTurns = 100000;
+
+// The end of an interval is reached when the time meets it or lies beyond it;
+// a NaN end counts as reached.
+bool EndReached(double t, double end) { return CCalc::TimesMeet(t, end) || !(end > t); }
+
+}  // namespace
+
+const std::string& CDoc::RunError() const { return m_Calc->m_Error; }
+
+bool CDoc::RunFailed() {
+    m_Running = false;
+    return false;
+}
+
+bool CDoc::Start() {
+    CCalc& calc = *m_Calc;
+    ClearRunTraces(this);
+    // Formulas come to a fixed point before the elements check their values.
+    m_Cmps->EvalParams();
+    calc.BeginRun(true);
+    if (!calc.StartRun()) {
+        calc.CodeError("1028");
+        return RunFailed();
+    }
+    // The operating point belongs to the start, not to the first step.
+    for (int turn = 0; calc.m_State == CCalc::StateIC; ++turn) {
+        if (turn >= kMaxStandingTurns) {
+            calc.SetError("No solution in sim_ic: reason unknown");
+            return RunFailed();
+        }
+        if (!calc.StepOnce()) return RunFailed();
+    }
+    m_Running = true;
+    return true;
+}
+
+bool CDoc::Simulate(double interval, int mode) {
+    if (!m_Running && !Start()) return false;
+    CCalc& calc = *m_Calc;
+    if (mode == 1) return calc.StepOnce() || RunFailed();
+    const double end = interval + calc.m_Time;
+    double lastTime = calc.m_Time;
+    int standing = 0;
+    while (!EndReached(calc.m_Time, end)) {
+        if (mode == 2 && calc.m_State >= CCalc::StateFirst) {
+            // Land on the end exactly; the factor keeps a sliver of a step from
+            // being left over.
+            if (calc.m_Step * 1.1 + calc.m_Time > end) {
+                calc.m_Step = end - calc.m_Time;
+                if (!(calc.m_Step > 0.0)) return true;
+                calc.m_State = CCalc::StateEdge;
+            }
+            if (std::isnan(calc.m_NextBreak) || calc.m_NextBreak > end) calc.m_NextBreak = end;
+        }
+        if (!calc.StepOnce()) return RunFailed();
+        standing = calc.m_Time == lastTime ? standing + 1 : 0;
+        lastTime = calc.m_Time;
+        if (standing >= kMaxStandingTurns) {
+            calc.SetError("Time does not advance");
+            return RunFailed();
+        }
+    }
+    return true;
+}
+
+void CDoc::KeepRunState() {
+    CCalc& calc = *m_Calc;
+    if (calc.m_State == CCalc::StateIdle) return;
+    for (CCmp* cmp : calc.m_Cmps)
+        if (cmp->model != kModelSubCir) cmp->Simulate(&calc, PhaseStore, 0.0);
+}
+
+}  // namespace qz3

@@ -1,0 +1,83 @@
+// The two steps that assemble the equations anew: backward Euler after an
+// event, and the trapezoidal rule of any length near an event or a break.
+#include <cstring>
+
+#include "solver/calc.h"
+
+namespace qz3 {
+
+// (G + C/h) x = -(E + B) + (C/h) p, with p = VecXPrev.
+bool CCalc::StepEuler() {
+    m_Integrating = 1;
+    if (!Assemble()) return false;
+    if (!RunPhase(PhaseSources, m_Time + m_Step)) return false;
+    const int n = m_Size;
+    const double h = m_Step;
+    const double* p = VecXPrev;
+    std::memset(VecX, 0, static_cast<size_t>(n) * sizeof(double));
+    for (int i = 1; i < n; ++i) {
+        if (RowOff[i]) continue;
+        double r = VecE[i];
+        AddRound(&r, VecB[i]);
+        if (FlagC[i][0]) {
+            const double* c = MatrixC[i];
+            double* g = MatrixG[i];
+            unsigned char* fg = FlagG[i];
+            for (int j = 1; j < n; ++j) {
+                if (RowOff[j] || !FlagC[i][j]) continue;
+                const double cj = c[j] / h;
+                AddRound(&r, -cj * p[j]);
+                fg[j] = AddRound(&g[j], cj);
+                fg[0] |= fg[j];
+            }
+        }
+        VecX[i] = r;
+    }
+    SolveReal();
+    return ResolveLinks();
+}
+
+// (G + 2C/h) x1 = -[(G - 2C/h) x0 + E0 + E1 + 2B]. Positive and negative terms
+// are summed apart and joined by one snap, so that a cancellation is judged
+// against the real size of the terms.
+bool CCalc::StepTrap() {
+    m_Integrating = 1;
+    if (!Assemble()) return false;
+    if (!RunPhase(PhaseSources, m_Time + m_Step)) return false;
+    LoadTrapRightSide();
+    SolveReal();
+    return ResolveLinks();
+}
+
+void CCalc::LoadTrapRightSide() {
+    const int n = m_Size;
+    const double w = 2.0 / m_Step;
+    const double* p = VecXPrev;
+    for (int i = 1; i < n; ++i) {
+        if (RowOff[i]) continue;
+        const double s = VecEPrev[i] + VecE[i] + 2.0 * VecB[i];
+        double pos = s >= 0.0 ? s : 0.0;
+        double neg = s < 0.0 ? s : 0.0;
+        double* g = MatrixG[i];
+        const double* c = MatrixC[i];
+        unsigned char* fg = FlagG[i];
+        const unsigned char* fc = FlagC[i];
+        for (int j = 1; j < n; ++j) {
+            if (RowOff[j] || !(fg[j] || fc[j])) continue;
+            double d;
+            if (fc[j]) {
+                const double cj = w * c[j];
+                d = (g[j] - cj) * p[j];
+                fg[j] = AddRound(&g[j], cj);
+                fg[0] |= fg[j];
+            } else {
+                d = g[j] * p[j];
+            }
+            (d >= 0.0 ? pos : neg) += d;
+        }
+        VecX[i] = pos;
+        AddRound(&VecX[i], neg);
+    }
+}
+
+}  // namespace qz3
