@@ -22,6 +22,22 @@ constexpr int kMaxStandingTurns = 100000;
 // a NaN end counts as reached.
 bool EndReached(double t, double end) { return CCalc::TimesMeet(t, end) || !(end > t); }
 
+// Mode 2 lands on the end exactly: a step that would come within a tenth of
+// a step of it is shortened to it, so that no sliver is left over. A first
+// step behind an event keeps its state and its switching search; any other
+// becomes a trapezoidal step of free length. False when no step remains.
+bool ShortenToEnd(CCalc& calc, double end) {
+    const bool first = calc.m_State == CCalc::StateFirst;
+    double& step = first ? calc.m_StepFirst : calc.m_Step;
+    if (step * 1.1 + calc.m_Time > end) {
+        step = calc.m_Step = end - calc.m_Time;
+        if (!(step > 0.0)) return false;
+        if (!first) calc.m_State = CCalc::StateEdge;
+    }
+    if (std::isnan(calc.m_NextBreak) || calc.m_NextBreak > end) calc.m_NextBreak = end;
+    return true;
+}
+
 }  // namespace
 
 const std::string& CDoc::RunError() const { return m_Calc->m_Error; }
@@ -61,16 +77,7 @@ bool CDoc::Simulate(double interval, int mode) {
     double lastTime = calc.m_Time;
     int standing = 0;
     while (!EndReached(calc.m_Time, end)) {
-        if (mode == 2 && calc.m_State >= CCalc::StateFirst) {
-            // Land on the end exactly; the factor keeps a sliver of a step from
-            // being left over.
-            if (calc.m_Step * 1.1 + calc.m_Time > end) {
-                calc.m_Step = end - calc.m_Time;
-                if (!(calc.m_Step > 0.0)) return true;
-                calc.m_State = CCalc::StateEdge;
-            }
-            if (std::isnan(calc.m_NextBreak) || calc.m_NextBreak > end) calc.m_NextBreak = end;
-        }
+        if (mode == 2 && calc.m_State >= CCalc::StateFirst && !ShortenToEnd(calc, end)) return true;
         if (!calc.StepOnce()) return RunFailed();
         standing = calc.m_Time == lastTime ? standing + 1 : 0;
         lastTime = calc.m_Time;

@@ -73,7 +73,12 @@ double CSignalWave::PulseValue(double e) {
     const double r = m_Num.rise, w = m_Num.width, f = m_Num.fall;
     if (m_Stage == sgRise && (TimeReached(e, r) || !(r > 0.0))) m_Stage = sgTop;
     if (m_Stage == sgTop && (TimeReached(e, w) || !(w > 0.0))) m_Stage = sgFall;
-    switch (m_Stage) {
+    // A step that landed on a corner moved the stage on; when it is undone and
+    // halved, the earlier times get the shape that held there, not a glitch.
+    int stage = m_Stage;
+    if (stage == sgFall && w > 0.0 && !TimeReached(e, w)) stage = sgTop;
+    if (stage == sgTop && r > 0.0 && !TimeReached(e, r)) stage = sgRise;
+    switch (stage) {
     case sgRise: return RiseShape(e, r);
     case sgTop: return m_Num.u1;
     case sgFall:

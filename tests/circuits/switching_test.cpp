@@ -165,6 +165,29 @@ TEST(Switching, ThyristorLatchesOnlyAboveItsHoldingCurrent) {
     EXPECT_NEAR(FirstTime(i1, 1.5e-3, [](double i) { return i <= 0; }), 2e-3, step);
 }
 
+// The end of a gate pulse is a scheduled time. Steps that are undone and
+// halved in front of it must see the gate still high, and a run that ends its
+// interval exactly there must go on.
+TEST(Switching, GateStaysHighUpToTheEndOfItsPulse) {
+    for (const double slice : {4e-3, 1e-4, 1e-5}) {
+        Circuit c(TestCircuit("switching_thyristor.qz3"));
+        QZ3_START_OR_SKIP(c);
+        for (double end = slice; end < 4e-3 + slice / 2; end += slice) ASSERT_TRUE(c.RunTo(end)) << slice;
+        double t = 0;
+        ASSERT_EQ(QZ3_GetSimulationTime(c.ncir, &t), 0);
+        EXPECT_NEAR(t, 4e-3, 1e-15);
+        const Series vg = c.Read("V(VG)"), i1 = c.Read("I(TH1)");
+        ASSERT_EQ(vg.size(), i1.size());
+        for (size_t i = 0; i < vg.size(); ++i) {
+            if (vg.t[i] <= 1.011e-3 || vg.t[i] >= 2e-3 * (1 - 1e-12)) continue;
+            EXPECT_EQ(vg.y[i], 10.0) << "slice " << slice << " t=" << vg.t[i];
+            EXPECT_NEAR(i1.y[i], 9.3 / 100, 1e-9) << "slice " << slice << " t=" << i1.t[i];
+        }
+        EXPECT_NEAR(FirstTime(vg, 1.5e-3, [](double v) { return v <= 0; }), 2e-3, 1e-12) << slice;
+        EXPECT_EQ(c.At("I(TH1)", 3e-3), 0.0);
+    }
+}
+
 TEST(Switching, BridgeRectifierGivesTheMagnitudeLessTwoDrops) {
     constexpr double A = 10, Vd = 0.7, T = 20e-3;
     Circuit c(TestCircuit("switching_bridge.qz3"));
