@@ -94,6 +94,29 @@ TEST(SignalWave, SharpPulseJumpsAtDelayAndWidth) {
     }
 }
 
+// A step that lands on a corner and is then undone and halved asks for
+// earlier times again: they get the shape that held there.
+TEST(SignalWave, TimesBeforeACornerKeepTheirShapeAfterLandingOnIt) {
+    struct Case {
+        double fall, rise, landOn, askAt, expected;
+    };
+    // Single pulse 0 -> 10 from d = 1, w = 2: top from 1 + r, fall from 3.
+    const Case cases[] = {
+        {0.0, 0.0, 3.0, 2.5, 10.0},   // sharp end: half steps before it stay high
+        {0.0, 0.0, 3.0, 3.0, 0.0},    // the corner itself has the new level
+        {0.5, 0.0, 3.25, 2.9, 10.0},  // in the fall, back before its start
+        {0.5, 0.0, 3.25, 3.1, 8.0},   // in the fall, back inside it
+        {0.0, 1.0, 3.0, 1.5, 5.0},    // back into the rise
+    };
+    for (const Case& c : cases) {
+        CSignalWave wave = Pulse(smSingle, 0.0, 10.0, 1.0, 2.0, c.rise, c.fall, 1.0);
+        wave.StartWave(0.0, true);
+        for (double t = 0.0; t < c.landOn; t += 0.25) wave.WaveEvent(t, 0.25);
+        wave.WaveValue(c.landOn);
+        EXPECT_NEAR(wave.WaveValue(c.askAt), c.expected, 1e-12) << c.landOn << " -> " << c.askAt;
+    }
+}
+
 TEST(SignalWave, SinglePulseEndsLowAndCosineEdgesAreSmooth) {
     CSignalWave wave = Pulse(smSingle, 0.0, 2.0, 1.0, 0.5, 0.2, 0.1, 0.3);
     wave.m_Slope = ssCos;
