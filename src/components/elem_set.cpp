@@ -10,6 +10,7 @@
 #include "components/elem_pending.h"
 #include "components/elem_r.h"
 #include "components/elem_s.h"
+#include "components/elem_v.h"
 #include "components/variable.h"
 
 namespace qz3 {
@@ -41,13 +42,13 @@ const CCmpType kTypes[] = {
     {"D_LCT", 15, &CElemD::Create, 3, nullptr, nullptr, nullptr, kModelsDLct, 0, "Logic controlled thyristor"},
     {"D_VCT", 13, &CElemD::Create, 4, nullptr, nullptr, nullptr, kModelsDVct, 0, "Voltage controlled thyristor"},
     {"D_CCT", 14, &CElemD::Create, 4, nullptr, nullptr, nullptr, kModelsDCct, 0, "Current controlled thyristor"},
-    {"V_V", 62, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Voltage source"},
-    {"V_CV", 63, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "Logic controlled voltage source"},
+    {"V_V", 62, &CElemV::Create, 2, nullptr, nullptr, nullptr, kModelsVV, 0, "Voltage source"},
+    {"V_CV", 63, &CElemV::Create, 3, nullptr, nullptr, nullptr, kModelsVCV, 0, "Logic controlled voltage source"},
     {"V_VCVS", 64, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled voltage source"},
     {"V_CCVS", 65, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled voltage source"},
     {"V_VM", 66, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Voltmeter"},
-    {"I_I", 27, &CElemPending::Create, 2, nullptr, nullptr, nullptr, nullptr, 0, "Current source"},
-    {"I_CI", 28, &CElemPending::Create, 3, nullptr, nullptr, nullptr, nullptr, 0, "Logic controlled current source"},
+    {"I_I", 27, &CElemV::Create, 2, nullptr, nullptr, nullptr, kModelsII, 0, "Current source"},
+    {"I_CI", 28, &CElemV::Create, 3, nullptr, nullptr, nullptr, kModelsICI, 0, "Logic controlled current source"},
     {"I_VCCS", 29, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled current source"},
     {"I_CCCS", 30, &CElemPending::Create, 4, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled current source"},
     {"S_S", 50, &CElemS::Create, 2, nullptr, nullptr, nullptr, kModelsSS, 0, "Switch"},

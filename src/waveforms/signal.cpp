@@ -9,6 +9,16 @@
 
 namespace qz3 {
 
+namespace {
+const char* const kSlopeWords[] = {"Linear", "Cos", "Exp", nullptr};
+const char* const kSweepWords[] = {"Linear", "Exp", nullptr};
+}  // namespace
+
+CSignal::CSignal(CCmp* owner) : m_Owner(owner) {
+    m_SlopeChoice.Items = kSlopeWords;
+    m_SweepChoice.Items = kSweepWords;
+}
+
 bool CSignal::Xml(CXmlNode* node) {
     CXmlNode* sig = node ? node->Child("Signal") : nullptr;
     if (!sig) return false;
@@ -17,7 +27,7 @@ bool CSignal::Xml(CXmlNode* node) {
     sig->Val("p", m_Period);
     sig->Val("w", m_Width);
     sig->Val("cw", m_ClockStep);
-    m_Slope = sig->Int("s", m_Slope);
+    m_SlopeChoice.Index = sig->Int("s", m_SlopeChoice.Index);
     sig->Val("r", m_Rise);
     sig->Val("f", m_Fall);
     sig->Val("d", m_Delay);
@@ -27,8 +37,8 @@ bool CSignal::Xml(CXmlNode* node) {
     m_File = sig->Str("file", m_File);
     m_List = sig->Str("list", m_List);
     m_Trace = sig->Str("trace", m_Trace);
-    m_Cycle = sig->Bool("c", m_Cycle);
-    m_SweepType = sig->Int("type", m_SweepType);
+    m_Cycle = sig->Bool("c", m_Cycle != 0) ? 1 : 0;
+    m_SweepChoice.Index = sig->Int("type", m_SweepChoice.Index);
     sig->Val("f0", m_F0);
     sig->Val("f1", m_F1);
     return true;
@@ -47,6 +57,8 @@ void CSignal::SyncNumbers() {
     m_Num.decay = m_Decay.m_Value;
     m_Num.f0 = m_F0.m_Value;
     m_Num.f1 = m_F1.m_Value;
+    m_Slope = m_SlopeChoice.Index;
+    m_SweepType = m_SweepChoice.Index;
 }
 
 bool CSignal::Prepare(int model, const CSignalContext& context, std::string& error) {

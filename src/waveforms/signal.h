@@ -10,14 +10,18 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 
 #include "expr/formula.h"
+#include "expr/param.h"
+#include "expr/var_list.h"
 #include "waveforms/signal_items.h"
 #include "waveforms/signal_wave.h"
 
 namespace qz3 {
 
+class CCalc;
 class CCmp;
 class CXmlNode;
 
@@ -39,7 +43,7 @@ using SignalFunction = std::function<bool(double x, double& value, std::string& 
 
 class CSignal : public CSignalWave {
 public:
-    explicit CSignal(CCmp* owner = nullptr) : m_Owner(owner) {}
+    explicit CSignal(CCmp* owner = nullptr);
     ~CSignal() override = default;
 
     // Reads or writes the child "Signal"; false if it can't be had.
@@ -63,6 +67,20 @@ public:
     // Copies the cached values of the formulas into the engine.
     void SyncNumbers();
 
+    // ---- the element's view (signal_calc.cpp): the owner's names, the
+    // document's evaluator and files, and the solver's vectors.
+    // One line per fault into the solver's error text.
+    bool Check(CCalc* calc);
+    // Prepare with the owner's model, its attachment, the document's
+    // evaluator, files and traces; the message goes out as the owner's line.
+    bool Prepare(CCalc* calc);
+    void Start(CCalc* calc, double t, bool run) { Start(t, run); }
+    // Writes the value at t through SetSource(index); false with the owner's
+    // line when "Function" fails.
+    bool Value(CCalc* calc, double t, int index);
+    // Times are absolute; the sweep's ladder takes the solver's largest step.
+    void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin);
+
     CCmp* m_Owner = nullptr;
     CFormula m_U0{0.0};
     CFormula m_U1{10.0};
@@ -82,6 +100,14 @@ public:
     CFormula m_F1{10000.0};
     std::string m_LoadedFile;
     SignalFunction m_FunctionEval;
+    // The words of "Slope" and "Type" as parameter rows see them; copied
+    // into m_Slope and m_SweepType by SyncNumbers.
+    ChoiceValue m_SlopeChoice;
+    ChoiceValue m_SweepChoice;
+    // "t" of "Function".
+    CVarList m_Vars;
+    // The samples of "Trace" read from the result store, owned.
+    std::unique_ptr<CSignalSamples> m_TraceSamples;
 
 private:
     bool PrepareList(const CSignalContext& context, std::string& error);

@@ -106,7 +106,7 @@ public:
     int m_Model = smPulse;
     CSignalNumbers m_Num;
     int32_t m_Slope = ssLinear;
-    bool m_Cycle = false;
+    int32_t m_Cycle = 0;  // "Yes"/"No" as a parameter row sees it
     int32_t m_SweepType = swLinear;
     double m_Fa = 0.0;
     double m_Fb = 0.0;

@@ -1,0 +1,76 @@
+// The independent sources: a voltage or current source that runs free or is
+// started by a logic input, with every waveform of CSignal.
+//
+// | type   | number | pins                   |
+// | "V_V"  | 62     | 0, 1                   |
+// | "V_CV" | 63     | 0, 1; 2 logic control  |
+// | "I_I"  | 27     | 0, 1                   |
+// | "I_CI" | 28     | 0, 1; 2 logic control  |
+//
+// Each has one branch k: the current of a voltage source, or the current of
+// a current source held as an unknown. A constant ("V"/"I") puts its value
+// into VecB once; every time model (and a source driven by the host) marks
+// k as an input row and writes its value into VecE at each time point, so a
+// trapezoidal run needs no new factorisation for a changing source.
+//
+// "One-shot" (controlled types only) is not a CSignal waveform: a rising
+// control sets `state` to 1 for `Width`, and the stamp takes V1 or V0.
+// `state2` is the last sample of the control, `tEnd` the end of the pulse.
+#pragma once
+
+#include "components/cmp.h"
+#include "expr/formula.h"
+#include "waveforms/signal.h"
+
+namespace qz3 {
+
+extern const CModelInfo kModelsVV[];
+extern const CModelInfo kModelsVCV[];
+extern const CModelInfo kModelsII[];
+extern const CModelInfo kModelsICI[];
+
+enum SourceModel : int { kModelSource = 16, kModelOneShot = 68 };
+
+class CElemV : public CCmp {
+public:
+    explicit CElemV(const CCmpType* type);
+    static CCmp* Create(const CCmpType* type) { return new CElemV(type); }
+
+    bool Xml(CXmlNode* node, bool modelOnly) override;
+    CParam* BindParams() override;
+    bool CheckParams(CCalc* calc) override;
+    int PinKind(int pin) const override;
+    bool Simulate(CCalc* calc, int phase, double t) override;
+    std::string GetState() override;
+    std::string SaveIC(std::string& out, int index, bool apply) override;
+    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
+    void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
+
+    bool IsVoltage() const;
+    bool IsControlled() const;
+    // A waveform of CSignal ("Function" included).
+    bool IsTimeModel() const;
+
+    CFormula value{10.0};  // V or I, key "v"
+    CSignal signal;
+    double tEnd = 0.0;         // "One-shot": end of the pulse
+    double lastSourceTime = 0.0;  // time of the last PhaseSources
+
+private:
+    bool Init(CCalc* calc, double t);
+    void LoadStoredState(CCalc* calc);
+    bool Stamp(CCalc* calc);
+    // The branch k follows a value written into VecE[k].
+    bool StampInput(CCalc* calc);
+    // The branch k holds the constant v in VecB[k].
+    bool StampConstant(CCalc* calc, double v);
+    bool Sources(CCalc* calc, double t);
+    void SetPinGroups();
+    bool CheckOneShot(const char* letter, CCalc* calc);
+    // Control voltage minus the logic threshold.
+    double Control(const CCalc* calc) const;
+    void CheckControl(CCalc* calc, bool commit, bool* changedOut);
+    void CheckClock(bool commit, bool* changedOut);
+};
+
+}  // namespace qz3

@@ -1,0 +1,216 @@
+// The sources during a run: preparation, stamps, the value of each time
+// point, the logic control, events and state text.
+#include <cmath>
+#include <string>
+
+#include "components/elem_v.h"
+#include "expr/number_text.h"
+#include "expr/state_text.h"
+#include "solver/calc.h"
+
+namespace qz3 {
+
+namespace {
+
+// The value of `key` in the last item of a state list that has it; a list
+// holds "t" twice when the element adds its time behind the signal's state.
+double LastKeyHex(const std::string& list, const char* key, double def) {
+    for (int n = ListCount(list) - 1; n >= 0; --n) {
+        const std::string item = ListItem(list, n);
+        if (!KeyStr(item, key).empty()) return KeyHex(item, key, def);
+    }
+    return def;
+}
+
+}  // namespace
+
+bool CElemV::Simulate(CCalc* calc, int phase, double t) {
+    switch (phase) {
+        case PhaseInit: return Init(calc, t);
+        case PhaseReset: signal.Reset(); return true;
+        case PhaseStamp: return calc->m_StampPass != 0 || Stamp(calc);
+        case PhaseSources: return Sources(calc, t);
+        case PhaseSample:
+            if (model == kModelOneShot) state2 = Control(calc) > 0.0 ? 1 : 0;
+            return true;
+        case PhasePins: SetPinGroups(); return true;
+        default: return true;
+    }
+}
+
+bool CElemV::Init(CCalc* calc, double t) {
+    if (model == kModelOneShot) {
+        if (model != lastModel) {
+            state = 0;
+            tEnd = 0.0;
+        }
+        signal.SyncNumbers();
+    } else if (IsTimeModel()) {
+        if (!signal.Prepare(calc)) return false;
+        // A controlled source waits for its control to rise.
+        signal.Start(calc, t, !IsControlled());
+    }
+    LoadStoredState(calc);
+    return true;
+}
+
+void CElemV::LoadStoredState(CCalc* calc) {
+    if (!IsControlled() || !calc->m_Transient || calc->m_StateId == 0 || !states) return;
+    const std::string text = StateById(*states, calc->m_StateId);
+    if (text.empty()) return;
+    if (model == kModelOneShot) {
+        state = KeyInt(text, "s", state);
+        state2 = KeyInt(text, "i", state2);
+        tEnd = KeyHex(text, "t", tEnd);
+    } else if (IsTimeModel()) {
+        signal.LoadState(text);
+    }
+}
+
+bool CElemV::Stamp(CCalc* calc) {
+    const int a = nodes[0], b = nodes[1];
+    // A grounded voltage source drives its other node: a second one there
+    // is a short circuit.
+    if (IsVoltage() && (a == 0) != (b == 0) && !calc->ClaimOutput(a == 0 ? b : a, this, -1)) return false;
+    if (hostDriven || IsTimeModel()) return StampInput(calc);
+    if (model == kModelSource) return StampConstant(calc, value.m_Value);
+    if (model == kModelOneShot) return StampConstant(calc, state == 1 ? signal.m_U1.m_Value : signal.m_U0.m_Value);
+    return true;
+}
+
+bool CElemV::StampInput(CCalc* calc) {
+    const int a = nodes[0], b = nodes[1], k = firstBranch;
+    calc->RowInput[k] = 1;
+    if (!IsVoltage()) {
+        calc->StampCurrentRev(a, b, k, 0.0);
+        calc->AddLink(3, 0, k, k, 0.0);
+        return true;
+    }
+    if (!calc->StampVoltage(a, b, k, 0.0)) return calc->CmpError(this, nullptr);
+    calc->AddLink(3, a, b, k, 0.0);
+    return true;
+}
+
+bool CElemV::StampConstant(CCalc* calc, double v) {
+    const int a = nodes[0], b = nodes[1], k = firstBranch;
+    if (!IsVoltage()) {
+        calc->StampCurrentRev(a, b, k, v);
+        calc->AddLink(2, 0, k, 0, v);
+        return true;
+    }
+    if (!calc->StampVoltage(a, b, k, v)) return calc->CmpError(this, nullptr);
+    calc->AddLink(2, a, b, 0, v);
+    return true;
+}
+
+bool CElemV::Sources(CCalc* calc, double t) {
+    lastSourceTime = t;
+    const int k = firstBranch;
+    if (hostDriven) {
+        calc->VecE[k] = -hostValue;
+        return true;
+    }
+    if (!IsTimeModel()) return true;
+    return signal.Value(calc, t, k);
+}
+
+// Pins joined inside: both sides of a voltage source; a current source is
+// no path, and a control input stands alone.
+void CElemV::SetPinGroups() {
+    int* groups = nodes + pinCount;
+    groups[0] = 1;
+    groups[1] = IsVoltage() ? 1 : 2;
+    if (pinCount > 2) groups[2] = groups[1] + 1;
+}
+
+double CElemV::Control(const CCalc* calc) const { return calc->VecX[nodes[2]] - calc->m_LogicThr; }
+
+bool CElemV::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+    if (IsControlled()) CheckControl(calc, commit, changedOut);
+    if (model == smClock) CheckClock(commit, changedOut);
+    return true;
+}
+
+// A rising control starts the pulse or the waveform; a falling one only
+// re-arms the edge test, it reports nothing.
+void CElemV::CheckControl(CCalc* calc, bool commit, bool* changedOut) {
+    const double c = Control(calc);
+    if (model == kModelOneShot) {
+        if (state2 == 0 && c > 0.0) {
+            *changedOut = true;
+            if (!commit) return;
+            state2 = 1;
+            state = 1;
+            tEnd = signal.m_Width.m_Value + calc->m_Time;
+        } else if (state2 == 1 && c < 0.0 && commit) {
+            state2 = 0;
+        }
+        return;
+    }
+    if (!IsTimeModel()) return;
+    if (!signal.m_Running && c > 0.0) {
+        *changedOut = true;
+        if (!commit) return;
+        signal.SyncNumbers();
+        signal.RestartWave(calc->m_Time);
+    } else if (signal.m_Running && c < 0.0 && commit) {
+        signal.m_Running = false;
+    }
+}
+
+// The high stage of a clock lasts one step: the step after the edge closes it.
+void CElemV::CheckClock(bool commit, bool* changedOut) {
+    if (!signal.ClockPending()) return;
+    *changedOut = true;
+    if (commit) signal.ClockClose();
+}
+
+void CElemV::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+    switch (model) {
+        case smSingle: case smPulse: case smStep: case smSin: case smFile: case smList: case smClock:
+        case smSweep: signal.NextEvent(calc, t, tNext, stepMax, stepMin); return;
+        case kModelOneShot:
+            if (state != 1) return;
+            if (RealCompare(tEnd, t) != 0 && tEnd > t) {
+                *tNext = tEnd;
+                *stepMax = signal.m_Width.m_Value * 0.25;
+            } else {
+                state = 0;
+            }
+            return;
+        default: return;
+    }
+}
+
+std::string CElemV::GetState() {
+    std::string text;
+    if (IsControlled() && model == kModelOneShot) {
+        AddKeyInt(text, "s", state);
+        AddKeyInt(text, "i", state2);
+        AddKeyHex(text, "t", tEnd);
+    } else if (IsControlled() && IsTimeModel()) {
+        signal.SaveState(text);
+    }
+    if (model != kModelSource) AddKeyHex(text, "t", lastSourceTime);
+    return text;
+}
+
+// The time a state was saved at becomes a shift of the delay, so a run
+// that starts again at 0 finds the waveform where the old run left it.
+std::string CElemV::SaveIC(std::string& out, int index, bool apply) {
+    if (!IsTimeModel() || model == smFunction) return {};
+    std::string text;
+    if (index <= 0) text = GetState();
+    else if (states && index <= states->Count()) text = (*states)[index - 1];
+    if (text.empty()) return {};
+    const double t = LastKeyHex(text, "t", std::nan(""));
+    if (std::isnan(t)) return {};
+    signal.m_Model = model;
+    signal.SyncNumbers();
+    CSignalWave probe = signal;
+    probe.ShiftDelay(t);
+    if (apply) signal.Shift(t);
+    return "Delay=" + NumberToText(probe.m_Num.delay, 12);
+}
+
+}  // namespace qz3

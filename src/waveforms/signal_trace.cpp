@@ -1,0 +1,28 @@
+#include "waveforms/signal_trace.h"
+
+#include "traces/data.h"
+
+namespace qz3 {
+
+namespace {
+SignalTraceFinder s_Finder = nullptr;
+}
+
+int CDataSamples::SampleCount() const { return m_Data ? m_Data->Count() : 0; }
+
+double CDataSamples::SampleTime(int i) const {
+    double t = 0.0, v = 0.0;
+    m_Data->GetPoint(i, t, v, false);
+    return t;
+}
+
+double CDataSamples::SampleValue(int i) const {
+    double t = 0.0, v = 0.0;
+    m_Data->GetPoint(i, t, v, false);
+    return v;
+}
+
+void SetSignalTraceFinder(SignalTraceFinder finder) { s_Finder = finder; }
+SignalTraceFinder GetSignalTraceFinder() { return s_Finder; }
+
+}  // namespace qz3
