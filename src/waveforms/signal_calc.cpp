@@ -52,6 +52,7 @@ bool CSignal::Prepare(CCalc* calc) {
         return false;
     };
     if (doc) context.findFile = [doc](const std::string& name) { return doc->FindFile(name, ""); };
+    else context.findFile = [](const std::string& name) { return FileExists(name) ? name : std::string(); };
     context.attachment = m_Owner->attachment;
     if (m_Owner->model == smTrace) {
         bool found = false;

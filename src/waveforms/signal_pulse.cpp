@@ -2,9 +2,11 @@
 //
 // A pulse is a base time b and a stage. NextEvent moves the stage on from
 // the position of x against b + r, b + w and b + w + f and names the next of
-// these corners, so the solver lands a step exactly on every one of them;
-// Value only follows the stage and never jumps ahead of a corner it was
-// not told about.
+// these corners, so the solver lands a step exactly on every one of them.
+// The step that lands on a corner still belongs to the stage it closes: an
+// edge of zero length takes effect after the break, and the trapezoidal
+// step into the corner doesn't average the two levels. Value moves a stage
+// on by itself only for a time past the corner, after a step that overran it.
 #include <algorithm>
 #include <cmath>
 
@@ -18,6 +20,9 @@ constexpr double kPi = 3.14159265358;
 
 // exp(-a), taken as 0 far out so that long tails don't underflow slowly.
 double ExpDecay(double a) { return a >= 300.0 ? 0.0 : std::exp(-a); }
+
+// Past a corner by more than the tolerance: the landing point isn't.
+bool Passed(double e, double corner) { return !TimeReached(corner, e); }
 
 int StageAt(double e, double r, double w, double f) {
     if (e > w + f) return sgDone;
@@ -72,9 +77,12 @@ double CSignalWave::RiseShape(double e, double r) const {
 double CSignalWave::PulseValue(double e) {
     const double r = m_Num.rise, w = m_Num.width, f = m_Num.fall;
     if (m_Stage == sgRise && (TimeReached(e, r) || !(r > 0.0))) m_Stage = sgTop;
-    if (m_Stage == sgTop && (TimeReached(e, w) || !(w > 0.0))) m_Stage = sgFall;
+    // The rise meets u1 at its corner either way; the top may end in a jump.
+    if (m_Stage == sgTop && (Passed(e, w) || !(w > 0.0))) m_Stage = sgFall;
     // A step that landed on a corner moved the stage on; when it is undone and
     // halved, the earlier times get the shape that held there, not a glitch.
+    // At the falling corner itself the stage decides: the top until the break
+    // moves it on.
     int stage = m_Stage;
     if (stage == sgFall && w > 0.0 && !TimeReached(e, w)) stage = sgTop;
     if (stage == sgTop && r > 0.0 && !TimeReached(e, r)) stage = sgRise;

@@ -15,25 +15,38 @@ bool CSignalWave::TableHasExtent() const {
     return m_Count > 1 && TableTime(0) < TableTime(m_Count - 1);
 }
 
-// Brings a time at or past the end back into the table for "Cycle". A time
-// that lands on the end within the tolerance is the start of the next turn.
-double CSignalWave::WrapIntoTable(double y) const {
+// Brings a time at or past the end back into the table for "Cycle". The
+// value follows the exact time: a step that lands a hair before the end of a
+// turn still reads the end of the turn. For the next corner a time that meets
+// the end within the tolerance is already the start of the next turn, so the
+// corner named lies ahead and not on the present time.
+double CSignalWave::WrapIntoTable(double y, TableCorner rule) const {
     const double first = TableTime(0), last = TableTime(m_Count - 1);
     double wrapped = std::fmod(y - first, last - first) + first;
-    if (!(wrapped >= first) || TimeReached(wrapped, last)) wrapped = first;
+    if (!(wrapped >= first)) wrapped = first;
+    if (rule == TableCorner::Met && TimeReached(wrapped, last)) wrapped = first;
     return wrapped;
 }
+
+namespace {
+
+// Whether y lies at or beyond a corner of the table, by the rule.
+bool CornerPassed(double y, double corner, TableCorner rule) {
+    return rule == TableCorner::Met ? TimeReached(y, corner) : corner <= y;
+}
+
+}  // namespace
 
 // Moves m_Index to the pair whose segment holds y: forward until the next
 // pair lies ahead (wrapping behind the last pair but one), then back until
 // the pair itself isn't ahead. Both loops are bounded by the table length,
 // which also keeps a table whose times go backward from looping.
-void CSignalWave::SeekPair(double y) {
+void CSignalWave::SeekPair(double y, TableCorner rule) {
     const int lastStart = m_Count - 2;
     int i = (m_Index < 0 || m_Index > lastStart) ? 0 : m_Index;
-    for (int moves = 0; moves <= m_Count && TimeReached(y, TableTime(i + 1)); ++moves)
+    for (int moves = 0; moves <= m_Count && CornerPassed(y, TableTime(i + 1), rule); ++moves)
         i = i >= lastStart ? 0 : i + 1;
-    while (i > 0 && !TimeReached(y, TableTime(i))) --i;
+    while (i > 0 && !CornerPassed(y, TableTime(i), rule)) --i;
     m_Index = i;
 }
 
@@ -51,7 +64,7 @@ void CSignalWave::StartTable(double x) {
             m_Index = m_Count - 1;
             return;
         }
-        y = WrapIntoTable(y);
+        y = WrapIntoTable(y, TableCorner::Exact);
     }
     int i = 0;
     while (i + 1 < m_Count && TableTime(i + 1) <= y) ++i;
@@ -82,9 +95,9 @@ double CSignalWave::TableValue(double x) {
             m_Index = -2;
             return TableY(m_Count - 1);
         }
-        y = WrapIntoTable(y);
+        y = WrapIntoTable(y, TableCorner::Exact);
     }
-    SeekPair(y);
+    SeekPair(y, TableCorner::Exact);
     const double t0 = TableTime(m_Index), t1 = TableTime(m_Index + 1);
     const double v0 = TableY(m_Index), v1 = TableY(m_Index + 1);
     // Equal times (or times going backward) give the pair's own value.
@@ -114,8 +127,8 @@ void CSignalWave::TableEvent(double t, double x, CSignalEvent& ev) {
         m_Index = -2;
         return;
     }
-    if (pastEnd) y = WrapIntoTable(y);
-    SeekPair(y);
+    if (pastEnd) y = WrapIntoTable(y, TableCorner::Met);
+    SeekPair(y, TableCorner::Met);
     const double segmentStart = TableTime(m_Index), segmentEnd = TableTime(m_Index + 1);
     ev.hasNext = true;
     ev.tNext = t - y + segmentEnd;

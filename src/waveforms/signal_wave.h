@@ -77,6 +77,11 @@ struct CSignalEvent {
 
 bool TimeReached(double x, double a);
 
+// How a table reads a time that meets one of its corners: the value takes
+// the exact time, the search for the next corner takes a corner met within
+// the tolerance as passed.
+enum class TableCorner { Exact, Met };
+
 class CSignalWave {
 public:
     virtual ~CSignalWave() = default;
@@ -162,8 +167,8 @@ protected:
     bool TableHasExtent() const;
     double TableTime(int i) const { return m_Points[static_cast<size_t>(2 * i)]; }
     double TableY(int i) const { return m_Points[static_cast<size_t>(2 * i + 1)]; }
-    double WrapIntoTable(double y) const;
-    void SeekPair(double y);
+    double WrapIntoTable(double y, TableCorner rule) const;
+    void SeekPair(double y, TableCorner rule);
 };
 
 }  // namespace qz3

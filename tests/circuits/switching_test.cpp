@@ -183,7 +183,11 @@ TEST(Switching, GateStaysHighUpToTheEndOfItsPulse) {
             EXPECT_EQ(vg.y[i], 10.0) << "slice " << slice << " t=" << vg.t[i];
             EXPECT_NEAR(i1.y[i], 9.3 / 100, 1e-9) << "slice " << slice << " t=" << i1.t[i];
         }
-        EXPECT_NEAR(FirstTime(vg, 1.5e-3, [](double v) { return v <= 0; }), 2e-3, 1e-12) << slice;
+        // The point on the corner closes the top; the low level follows the break.
+        EXPECT_EQ(c.At("V(VG)", 2e-3), 10.0) << slice;
+        const double low = FirstTime(vg, 1.5e-3, [](double v) { return v <= 0; });
+        EXPECT_GT(low, 2e-3) << slice;
+        EXPECT_LE(low, 2e-3 + 10e-6) << slice;
         EXPECT_EQ(c.At("I(TH1)", 3e-3), 0.0);
     }
 }

@@ -114,6 +114,34 @@ TEST(Signal, ListCyclesAndNamesItsBreakPoints) {
     EXPECT_DOUBLE_EQ(next, 5.5);
 }
 
+// The turn of a cycled table ends with a jump back to the first value. A
+// step that lands a hair before the end (as accumulated steps do) reads the
+// end of the turn; the exact end reads the start. The next corner named from
+// such a point is the first corner of the new turn, never the present time.
+TEST(Signal, CycledTableReadsTheEndOfTheTurnUpToTheWrap) {
+    CSignal signal;
+    signal.m_List = "0 0, 1e-3 1, 2e-3 1, 3e-3 -0.5";
+    signal.m_Cycle = true;
+    std::string error;
+    ASSERT_TRUE(signal.Prepare(smList, Numbers(), error)) << error;
+    signal.Start(0.0, true);
+    const double hairBefore = 6e-3 - 1e-17, hairAfter = 6e-3 + 1e-17;
+    double v = 0.0;
+    struct Row { double t, value; };
+    const Row rows[] = {{2.5e-3, 0.25}, {hairBefore, -0.5}, {6e-3, 0.0}, {hairAfter, 0.0}, {6.5e-3, 0.5}};
+    for (const Row& row : rows) {
+        ASSERT_TRUE(signal.ValueAt(row.t, v, error));
+        EXPECT_NEAR(v, row.value, 1e-9) << row.t;
+    }
+    double next = NAN, stepMax = NAN;
+    signal.NextEvent(hairBefore, 1.0, &next, &stepMax, nullptr);
+    EXPECT_NEAR(next, 7e-3, 1e-15);
+    EXPECT_DOUBLE_EQ(stepMax, 0.25e-3);
+    // The value after the corner search still follows the exact time.
+    ASSERT_TRUE(signal.ValueAt(hairBefore, v, error));
+    EXPECT_NEAR(v, -0.5, 1e-9);
+}
+
 TEST(Signal, ListEdgeCases) {
     std::string error;
     double v = 0.0;

@@ -91,7 +91,18 @@ TEST(SignalWave, SharpPulseJumpsAtDelayAndWidth) {
         const double e = std::fmod(t - 0.1, 1.0);
         if (t > 0.1 + 1e-9 && e > 1e-9 && e < 0.3 - 1e-9) EXPECT_EQ(track.values[i], 1.0) << t;
         if (t > 0.1 && e > 0.3 + 1e-9 && e < 1.0 - 1e-9) EXPECT_EQ(track.values[i], 0.0) << t;
+        if (t > 0.1 && std::fabs(e - 0.3) < 1e-9) {
+            EXPECT_EQ(track.values[i], 1.0) << "falling corner " << t;
+            ASSERT_LT(i + 1, track.times.size());
+            EXPECT_EQ(track.values[i + 1], 0.0) << "after the falling corner " << t;
+        }
     }
+    // Landed a hair before or exactly on the falling corner, the top still
+    // holds; a time past it (a step that overran the corner) is low.
+    CSignalWave top = Pulse(smPulse, 0.0, 1.0, 1.0, 0.3, 0.0, 0.0, 0.1);
+    top.StartWave(0.2, true);
+    for (const double t : {0.4 - 1e-16, 0.4, 0.4 + 1e-17}) EXPECT_EQ(top.WaveValue(t), 1.0) << t;
+    EXPECT_EQ(top.WaveValue(0.4 + 1e-9), 0.0);
 }
 
 // A step that lands on a corner and is then undone and halved asks for
@@ -103,7 +114,7 @@ TEST(SignalWave, TimesBeforeACornerKeepTheirShapeAfterLandingOnIt) {
     // Single pulse 0 -> 10 from d = 1, w = 2: top from 1 + r, fall from 3.
     const Case cases[] = {
         {0.0, 0.0, 3.0, 2.5, 10.0},   // sharp end: half steps before it stay high
-        {0.0, 0.0, 3.0, 3.0, 0.0},    // the corner itself has the new level
+        {0.0, 0.0, 3.0, 3.0, 10.0},   // the corner keeps the top until the break moves it on
         {0.5, 0.0, 3.25, 2.9, 10.0},  // in the fall, back before its start
         {0.5, 0.0, 3.25, 3.1, 8.0},   // in the fall, back inside it
         {0.0, 1.0, 3.0, 1.5, 5.0},    // back into the rise
