@@ -65,6 +65,7 @@ CDoc::~CDoc() {
 }
 
 int CDoc::Load(const std::string& path) {
+    m_LastError.clear();
     std::string file = WithDefaultExtension(path, ".qz3");
     m_Tree.reset(new (std::nothrow) CXmlNode("QZ3"));
     if (!m_Tree) {
@@ -76,14 +77,10 @@ int CDoc::Load(const std::string& path) {
         m_Tree.reset();
         return -1;
     }
+    // A file without Doc (or whose component list refuses) fails without
+    // words: the host reads the bare prefix of its call.
     CXmlNode* doc = m_Tree->FindChild("Doc", 0);
-    if (!doc) {
-        m_LastError = "cannot open file " + file + "\n" + file + " : no Doc element";
-        m_Tree.reset();
-        return -1;
-    }
-    if (!ReadDoc(*doc)) {
-        m_LastError = "cannot open file " + file + "\n" + doc->Errors();
+    if (!doc || !ReadDoc(*doc)) {
         m_Tree.reset();
         return -1;
     }
