@@ -20,6 +20,14 @@ bool ReportCmpError(CCalc* calc, const CCmp* cmp, const std::string& text) {
     return false;
 }
 
+bool DocLogicLevels(CDoc* doc, double& low, double& high, double& threshold) {
+    if (!doc) return false;
+    low = doc->m_Advanced.m_Low;
+    high = doc->m_Advanced.m_High;
+    threshold = doc->m_Advanced.m_Thr;
+    return true;
+}
+
 CCmps* DocCmps(CDoc* doc) { return doc ? doc->m_Cmps.get() : nullptr; }
 
 void MarkParamsChanged(CDoc* doc) {

@@ -19,5 +19,8 @@ CCalc* DocCalc(CDoc* doc);
 void AppendSolverError(CCalc* calc, const std::string& text);
 // "full name : text" and a line feed into the solver's error text; false.
 bool ReportCmpError(CCalc* calc, const CCmp* cmp, const std::string& text);
+// The logic levels "low", "high" and the threshold of a document's
+// settings; false without a document.
+bool DocLogicLevels(CDoc* doc, double& low, double& high, double& threshold);
 
 }  // namespace qz3

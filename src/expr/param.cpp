@@ -39,20 +39,21 @@ std::string ChoiceText(const ChoiceValue& choice) {
 }
 
 // One line of a code text for display: control and 8-bit characters are
-// dropped, the last character never shows, and a long text is cut at 33.
+// dropped, the last character never shows, and the line is cut behind the
+// 33rd character kept.
 std::string CodeSummary(const std::string& code) {
     if (code.empty()) return "<no code>";
-    constexpr int kMaxShown = 33;
+    constexpr size_t kMaxShown = 33;
     std::string out;
     const size_t end = code.size() - 1;
     for (size_t i = 0; i < end; ++i) {
         const auto c = static_cast<unsigned char>(code[i]);
         if (c < 30 || c >= 128) continue;
-        if (static_cast<int>(out.size()) == kMaxShown) {
+        out += static_cast<char>(c);
+        if (out.size() == kMaxShown) {
             out += "...";
             break;
         }
-        out += static_cast<char>(c);
     }
     return out;
 }
@@ -260,9 +261,11 @@ int CParam::SetTextApi(const char* rawText, CDoc* doc, std::string& error) {
         if (sound) {
             bool changed = false;
             sound = f.Evaluate(doc, DocCmps(doc), changed);
+            // Whatever came out, the formula was evaluated: the run rebuilds.
+            // A circle refused before that leaves the run as it was.
+            f.m_Error = false;
+            MarkParamsChanged(doc);
         }
-        f.m_Error = false;
-        MarkParamsChanged(doc);
         if (sound) return 0;
         f.m_Error = true;
         error += "error in formula " + text + " : " + ExprError();

@@ -63,6 +63,13 @@ TEST_F(ParamExports, FormulasOfOtherResistorsAndVariablesFollowChanges) {
     EXPECT_EQ(Text("R2"), "250");
 }
 
+TEST_F(ParamExports, FormulasSeeTheLogicLevelsOfTheDocument) {
+    // Default levels: low 0, high 5, threshold 2.5.
+    ASSERT_EQ(QZ3_SetText(ncir, "Gain", "=high*2+low+ishigh(2.5)+islow(2.4)+ishigh(2.4)"), 0) << QZ3_GetError();
+    EXPECT_DOUBLE_EQ(Value("Gain"), 12.0);
+    EXPECT_DOUBLE_EQ(Value("R3"), 12.0 * 1000.0 + 4.0);
+}
+
 TEST_F(ParamExports, ExactMessagesInTheOrderOfTheChecks) {
     double v = 7.0;
     EXPECT_EQ(QZ3_GetValue(ncir, "R9", &v), -1);
@@ -174,6 +181,49 @@ TEST_F(ParamExports, SavedFormulasReopenWithTheSameValues) {
     EXPECT_DOUBLE_EQ(Value("P1.Position"), 0.25);
     QZ3_Close(reopened);
     std::remove(path.c_str());
+}
+
+// On an open run a changed value costs turns that only prepare; a value set
+// to what it already is, or a text refused before it was evaluated, leaves
+// the trapezoidal steps running, one turn per time step.
+TEST(ParamExportsRun, OnlyARealChangeRebuildsAnOpenRun) {
+    const int ncir = QZ3_Open(CircuitPath("run_rc_discharge.qz3").c_str());
+    ASSERT_GE(ncir, 0) << QZ3_GetError();
+    auto turnsToAdvance = [&]() {
+        double before = -1.0, after = -1.0;
+        EXPECT_EQ(QZ3_GetSimulationTime(ncir, &before), 0);
+        for (int turns = 1; turns <= 20; ++turns) {
+            EXPECT_EQ(QZ3_SimulateStep(ncir), 0) << QZ3_GetError();
+            EXPECT_EQ(QZ3_GetSimulationTime(ncir, &after), 0);
+            if (after > before) return turns;
+        }
+        return 0;
+    };
+    ASSERT_EQ(QZ3_SimulateInterval(ncir, 1e-4), 0) << QZ3_GetError();
+    turnsToAdvance();
+    ASSERT_EQ(turnsToAdvance(), 1);
+
+    ASSERT_EQ(QZ3_SetValue(ncir, "R1", 1e3), 0) << QZ3_GetError();  // the same value
+    EXPECT_EQ(turnsToAdvance(), 1);
+    ASSERT_EQ(QZ3_SetText(ncir, "R1", "1k"), 0) << QZ3_GetError();  // the same value as text
+    EXPECT_EQ(turnsToAdvance(), 1);
+    EXPECT_EQ(QZ3_SetText(ncir, "R1", "2*3"), -1);  // refused by the number parser
+    EXPECT_EQ(turnsToAdvance(), 1);
+    // A formula that points back at itself is refused before it is evaluated.
+    EXPECT_EQ(QZ3_SetText(ncir, "R1", "=R1*2"), -1);
+    EXPECT_STREQ(QZ3_GetError(), "QZ3_SetText: error in formula =R1*2 : Circular reference");
+    ASSERT_EQ(QZ3_SetText(ncir, "R1", "1k"), 0) << QZ3_GetError();  // drops the refused text
+    EXPECT_EQ(turnsToAdvance(), 1);
+
+    // A formula that was evaluated, even one that failed, rebuilds.
+    EXPECT_EQ(QZ3_SetText(ncir, "C1.C", "=nosuch"), -1);
+    ASSERT_EQ(QZ3_SetText(ncir, "C1.C", "1u"), 0) << QZ3_GetError();
+    EXPECT_GT(turnsToAdvance(), 1);
+    turnsToAdvance();
+    EXPECT_EQ(turnsToAdvance(), 1);
+    ASSERT_EQ(QZ3_SetValue(ncir, "R1", 2e3), 0) << QZ3_GetError();
+    EXPECT_GT(turnsToAdvance(), 1);
+    QZ3_Close(ncir);
 }
 
 TEST(ParamExportsFile, UnknownAndPendingTypesRoundTripWithTheirKeys) {

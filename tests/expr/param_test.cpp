@@ -153,6 +153,11 @@ TEST(Param, TextsForDisplayAndForTheHost) {
     EXPECT_EQ(code.GetText(), "<no code>");
     m.text = std::string(40, 'a') + "\n";
     EXPECT_EQ(code.GetText(), std::string(33, 'a') + "...");
+    // The cut comes right behind the 33rd kept character, whatever follows.
+    m.text = std::string(33, 'b') + ";";
+    EXPECT_EQ(code.GetText(), std::string(33, 'b') + "...");
+    m.text = std::string(32, 'c') + ";";
+    EXPECT_EQ(code.GetText(), std::string(32, 'c'));
     m.text = "x=1;\r\ny=2;\n";
     EXPECT_EQ(code.GetText(), "x=1;y=2;");  // control characters and the last one dropped
 
