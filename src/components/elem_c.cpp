@@ -24,13 +24,13 @@ CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {kParamFormula, "IC", "V"}, {}};
 }  // namespace
 
 const CModelInfo kModelsCC[] = {
-    {"C", kModelC, s_ParamsC, 0, 1},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1},
+    {"C", kModelC, s_ParamsC, 0, 1, kReadVIP},
+    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
     {"SubCir", kModelSubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsCVcc[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 1}, {}};
-const CModelInfo kModelsCCcc[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 2}, {}};
+const CModelInfo kModelsCVcc[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
+const CModelInfo kModelsCCcc[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
 
 CElemC::CElemC(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), v(kNaN) {
     ic.m_Blank = true;
