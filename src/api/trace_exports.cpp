@@ -135,8 +135,7 @@ QZ3_API int QZ3_DeleteTrace(int ncir, int ntrace) {
             AppendError("trace not found");
             return -1;
         }
-        if (p < list->ChildCount()) list->DeleteChild(p);
-        traces.Delete(p);
+        doc->m_Tran->DeleteTrace(trace, *list);
         if (CCalc* calc = DocCalc(doc)) calc->m_Changes |= 2;
         return Succeed(0);
     });

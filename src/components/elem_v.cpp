@@ -56,11 +56,14 @@ CSourceTables s_Current("I", "I1", "I0", "A");
 
 }  // namespace
 
-#define QZ3_SOURCE_WAVE_ROWS(t)                                                                          \
-    {"Step", smStep, t.step, 0, 1, kReadVIP}, {"Single", smSingle, t.single, 0, 1, kReadVIP}, {"Pulse", smPulse, t.pulse, 0, 1, kReadVIP}, \
-        {"Clock", smClock, t.clock, 0, 1, kReadVIP}, {"Sin", smSin, t.sine, 0, 1, kReadVIP}, {"Sweep", smSweep, t.sweep, 0, 1, kReadVIP},    \
-        {"Function", smFunction, t.function, 0, 1, kReadVIP}, {"List", smList, t.list, 0, 1, kReadVIP},                          \
-        {"File", smFile, t.file, 0, 1, kReadVIP}, {"Trace", smTrace, t.trace, 0, 1, kReadVIP}, {"SubCir", kModelSubCir, nullptr, 0, 0}
+// Every waveform row offers V, I and P readings, as the plain value does.
+#define QZ3_SOURCE_WAVE_ROWS(t)                                                                                  \
+    {"Step", smStep, t.step, 0, 1, kReadVIP}, {"Single", smSingle, t.single, 0, 1, kReadVIP},                  \
+        {"Pulse", smPulse, t.pulse, 0, 1, kReadVIP}, {"Clock", smClock, t.clock, 0, 1, kReadVIP},              \
+        {"Sin", smSin, t.sine, 0, 1, kReadVIP}, {"Sweep", smSweep, t.sweep, 0, 1, kReadVIP},                   \
+        {"Function", smFunction, t.function, 0, 1, kReadVIP}, {"List", smList, t.list, 0, 1, kReadVIP},        \
+        {"File", smFile, t.file, 0, 1, kReadVIP}, {"Trace", smTrace, t.trace, 0, 1, kReadVIP},                 \
+        {"SubCir", kModelSubCir, nullptr, 0, 0}
 
 const CModelInfo kModelsVV[] = {{"V", kModelSource, s_Voltage.value, 0, 1, kReadVIP}, QZ3_SOURCE_WAVE_ROWS(s_Voltage), {}};
 const CModelInfo kModelsVCV[] = {{"V", kModelSource, s_Voltage.value, 0, 1, kReadVIP},

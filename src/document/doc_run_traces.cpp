@@ -3,6 +3,7 @@
 #include "solver/run_traces.h"
 
 #include "document/doc.h"
+#include "solver/calc.h"
 #include "traces/trace.h"
 #include "traces/trace_set.h"
 
@@ -15,7 +16,10 @@ bool SampleRunTraces(CDoc* doc, CCalc& calc, double t, bool hold) {
 }
 
 void ClearRunTraces(CDoc* doc) {
-    if (doc) doc->m_Tran->Clear();
+    if (!doc) return;
+    // The same test as the solver's start from a stored state.
+    int index = doc->m_Calc ? doc->m_Calc->m_StateIndex : -1;
+    doc->m_Tran->Clear(index >= 0 && index < doc->m_States.Count());
 }
 
 void CountRunMemory(CDoc* doc, bool transient, int64_t delta) {

@@ -175,6 +175,10 @@ public:
     // Set when a run resumes: its first point is overwritten once.
     bool m_ReplaceFirst = false;
     CDataLink m_Link;
+    // The Trace element of the document's tree that this trace was read
+    // from or written to; not owned. Loading reorders the list, so deleting
+    // and saving go by this element and not by the place in the list.
+    CXmlNode* m_Node = nullptr;
 
 private:
     void XmlCommonHead(CXmlNode& node);

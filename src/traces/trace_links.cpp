@@ -4,6 +4,7 @@
 #include <string>
 
 #include "expr/eval_links.h"
+#include "traces/component_reading.h"
 #include "traces/trace.h"
 #include "traces/traces.h"
 
@@ -81,6 +82,7 @@ void LinkTracesToFormulas() {
     CEvalLinks& links = EvalLinks();
     links.TraceReference = &ReadReference;
     links.TraceByName = &ReadByName;
+    links.ComponentReading = &ReadComponent;
 }
 
 }  // namespace qz3

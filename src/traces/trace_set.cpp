@@ -39,6 +39,7 @@ void CTraceSet::Xml(CXmlNode& traces) {
         m_Traces->Add(trace);
         child->m_bWrite = false;
         trace->Xml(*child, true);
+        trace->m_Node = child;
     }
     m_Traces->MoveDigitalFirst();
 }
@@ -47,11 +48,21 @@ void CTraceSet::WriteTrace(CTrace& trace, CXmlNode& traces) {
     CXmlNode* child = traces.AddChild("Trace");
     child->m_bWrite = true;
     trace.Xml(*child, false);
+    trace.m_Node = child;
 }
 
-void CTraceSet::Clear() {
+void CTraceSet::DeleteTrace(CTrace* trace, CXmlNode& traces) {
+    for (int i = 0; i < traces.ChildCount(); ++i) {
+        if (traces.ChildAt(i) != trace->m_Node) continue;
+        traces.DeleteChild(i);
+        break;
+    }
+    m_Traces->Delete(m_Traces->IndexOf(trace));
+}
+
+void CTraceSet::Clear(bool resumed) {
     m_Overrun = false;
-    m_Traces->ClearRuns();
+    m_Traces->ClearRuns(resumed);
 }
 
 std::string CTraceSet::Prepare(CCalc& calc) {
@@ -84,8 +95,14 @@ int CTraceSet::FindRun(const std::string& name) const {
 
 // ---- stored data in the file -----------------------------------------------
 
-CData* CTraceSet::SavedRun(int i) const {
-    CTrace* trace = m_Traces->At(i);
+CTrace* CTraceSet::TraceOfElement(const CXmlNode* element) const {
+    for (CTrace* trace : m_Traces->m_List)
+        if (trace->m_Node == element) return trace;
+    return nullptr;
+}
+
+CData* CTraceSet::SavedRun(const CXmlNode* element) const {
+    CTrace* trace = element ? TraceOfElement(element) : nullptr;
     if (!trace) return nullptr;
     CData* run = trace->DataObject();
     return run && run->Count() > 0 ? run : nullptr;
@@ -93,9 +110,9 @@ CData* CTraceSet::SavedRun(int i) const {
 
 void CTraceSet::DescribeRuns(CXmlNode& traces) {
     for (int i = 0; i < traces.ChildCount(); ++i) {
-        CData* run = SavedRun(i);
-        if (!run) break;
         CXmlNode* trace = traces.ChildAt(i);
+        CData* run = SavedRun(trace);
+        if (!run) break;
         trace->m_bWrite = true;
         CXmlNode* list = trace->FindChild("DataList", 0);
         if (!list) list = trace->AddChild("DataList");
@@ -111,7 +128,7 @@ void CTraceSet::DescribeRuns(CXmlNode& traces) {
 bool CTraceSet::WriteRuns(std::FILE* file, CXmlNode* traces) const {
     int count = traces ? traces->ChildCount() : 0;
     for (int i = 0; i < count; ++i) {
-        CData* run = SavedRun(i);
+        CData* run = SavedRun(traces->ChildAt(i));
         if (!run) break;
         if (!run->WriteBinary(file)) return false;
     }

@@ -49,11 +49,16 @@ public:
     // Load: one trace per child of Traces, with their data records, then
     // digital traces first. Save: one Trace child per kept trace, no data.
     void Xml(CXmlNode& traces);
-    // Appends a trace as a new Trace child of traces (in write mode).
+    // Appends a trace as a new Trace child of traces (in write mode); the
+    // trace keeps that child as its element.
     static void WriteTrace(CTrace& trace, CXmlNode& traces);
+    // Removes the trace from the set and its own element from traces.
+    void DeleteTrace(CTrace* trace, CXmlNode& traces);
 
-    // Start of a run: every recording trace starts an empty run.
-    void Clear();
+    // Start of a run: every recording trace starts an empty run. A run that
+    // resumes from a stored state has each trace replace its first point
+    // once, with the point after it.
+    void Clear(bool resumed = false);
     // Binds the traces to the solver and orders them; the text of what went
     // wrong, empty when the run can go on.
     std::string Prepare(CCalc& calc);
@@ -71,9 +76,9 @@ public:
     bool Compression() const;
     double DefaultThreshold() const;
 
-    // Saving with data: for the traces of the file element Traces and of
-    // this set side by side, the run each saves, until one has none. The
-    // records are rebuilt in the tree; the points follow the text.
+    // Saving with data: for each Trace element in the order of the file,
+    // the run its trace saves, until one has none. The records are rebuilt
+    // in the tree; the points follow the text in the same order.
     void DescribeRuns(CXmlNode& traces);
     bool WriteRuns(std::FILE* file, CXmlNode* traces) const;
 
@@ -86,8 +91,9 @@ public:
     bool m_Overrun = false;
 
 private:
-    // The run of the i-th trace that a save stores, or null to stop.
-    CData* SavedRun(int i) const;
+    // The run that a save stores for the Trace element, or null to stop.
+    CData* SavedRun(const CXmlNode* element) const;
+    CTrace* TraceOfElement(const CXmlNode* element) const;
 };
 
 }  // namespace qz3

@@ -90,9 +90,12 @@ CTrace* CTraces::FindByHandle(int handle) const {
     return nullptr;
 }
 
-void CTraces::ClearRuns() {
-    for (CTrace* trace : m_List)
-        if (trace->Records()) trace->ClearRun();
+void CTraces::ClearRuns(bool resumed) {
+    for (CTrace* trace : m_List) {
+        if (!trace->Records()) continue;
+        trace->ClearRun();
+        trace->m_ReplaceFirst = resumed;
+    }
 }
 
 void CTraces::EnsureRuns() {

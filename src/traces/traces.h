@@ -44,8 +44,9 @@ public:
     CTrace* FindTrace(std::string_view name, int* phase = nullptr) const;
     CTrace* FindByHandle(int handle) const;
 
-    // Start of a run: every recording trace gets an empty run in progress.
-    void ClearRuns();
+    // Start of a run: every recording trace gets an empty run in progress,
+    // resumed or not (CTrace::m_ReplaceFirst).
+    void ClearRuns(bool resumed = false);
     // Middle of a run: a trace added since gets its run, the others keep theirs.
     void EnsureRuns();
     // Binds every trace to the solver's unknowns or to its component; true

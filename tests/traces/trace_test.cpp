@@ -298,6 +298,30 @@ TEST(Trace, TransientValuesFromTheSolution) {
     EXPECT_TRUE(unkept->SampleTran(solution.calc, 0.0, false));
 }
 
+// A run resumed from a stored state replaces its first point once, with
+// the point that follows it; a fresh run keeps every point.
+TEST(Trace, ResumedRunReplacesItsFirstPointOnce) {
+    CFakeSolution solution({0.0, 0.0, 0.0});
+    for (bool resumed : {false, true}) {
+        CTraceSet set(nullptr, true);
+        CTrace* v = BoundTrace(set, kTraceV, -1, 0.0);
+        set.Clear(resumed);
+        EXPECT_EQ(v->m_ReplaceFirst, resumed);
+        for (int k = 0; k < 4; ++k) {
+            solution.m_X[2] = 1.0 + k;
+            ASSERT_TRUE(set.Sample(solution.calc, 1e-3 * k, false));
+        }
+        ASSERT_EQ(v->m_Run->Count(), resumed ? 3 : 4) << resumed;
+        double t = 0, value = 0;
+        v->m_Run->GetPoint(0, t, value, false);
+        EXPECT_DOUBLE_EQ(t, resumed ? 1e-3 : 0.0);
+        EXPECT_DOUBLE_EQ(value, resumed ? 2.0 : 1.0);
+        v->m_Run->GetPoint(1, t, value, false);
+        EXPECT_DOUBLE_EQ(t, resumed ? 2e-3 : 1e-3);
+        EXPECT_FALSE(v->m_ReplaceFirst);
+    }
+}
+
 TEST(Trace, FunctionTraceComputesAfterTheTracesItUses) {
     CFakeSolution solution({0.0, 0.0, 2.0});
     CTraceSet set(nullptr, true);
