@@ -64,10 +64,15 @@ bool CDoc::Simulate(double interval, int mode) {
         if (mode == 2 && calc.m_State >= CCalc::StateFirst) {
             // Land on the end exactly; the factor keeps a sliver of a step from
             // being left over.
-            if (calc.m_Step * 1.1 + calc.m_Time > end) {
-                calc.m_Step = end - calc.m_Time;
-                if (!(calc.m_Step > 0.0)) return true;
-                calc.m_State = CCalc::StateEdge;
+            // A first step behind an event keeps its switching search: it is
+            // shortened instead, or an event located right before the end
+            // would be stepped into again and again.
+            const bool first = calc.m_State == CCalc::StateFirst;
+            double& next = first ? calc.m_StepFirst : calc.m_Step;
+            if (next * 1.1 + calc.m_Time > end) {
+                next = end - calc.m_Time;
+                if (!(next > 0.0)) return true;
+                if (!first) calc.m_State = CCalc::StateEdge;
             }
             if (std::isnan(calc.m_NextBreak) || calc.m_NextBreak > end) calc.m_NextBreak = end;
         }
