@@ -75,7 +75,7 @@ bool CElemC::Simulate(CCalc* calc, int phase, double t) {
         case PhaseStore: v = calc->VecX[nodes[1]] - calc->VecX[nodes[0]]; return true;
         case PhaseCheckIC: return CheckVoltageIC(calc, this, v, nodes[0], nodes[1], firstBranch);
         case PhaseStamp: return Stamp(calc);
-        case PhasePins: SetPinGroups(); return true;
+        case PhasePins: SetControlledPinGroups(this, type == kTypeVcc); return true;
         default: return true;
     }
 }
@@ -144,38 +144,12 @@ bool CElemC::CheckState(CCalc* calc, bool commit, bool* changedOut) {
     return true;
 }
 
-// A new segment keeps the charge Q = C v: the voltage jumps, and the jump
-// needs a new operating point.
+// A new segment keeps the charge Q = C v: the voltage jumps.
 bool CElemC::FollowControl(CCalc* calc, bool commit, bool* changedOut) {
     const double* x = calc->VecX;
     const double control = type == kTypeVcc ? x[nodes[3]] - x[nodes[2]] : x[firstBranch + 1];
-    if (!commit) {
-        *changedOut = pwl.CheckSegment(control, false);
-        return true;
-    }
-    const double oldSlope = pwl.Slope(state);
-    const int oldSegment = state;
-    *changedOut = pwl.CheckSegment(control, true);
-    const double newSlope = pwl.Slope(state);
-    if (state != oldSegment && newSlope != 0.0) {
-        v = (x[nodes[1]] - x[nodes[0]]) * oldSlope / newSlope;
-        calc->m_JumpRequest = true;
-    }
+    FollowControlSegment(calc, this, pwl, control, commit, changedOut, x[nodes[1]] - x[nodes[0]], v);
     return true;
-}
-
-// The branch equation joins pins 0 and 1; a control voltage pair draws
-// nothing, a control current path joins its two pins.
-void CElemC::SetPinGroups() {
-    int* groups = nodes + pinCount;
-    groups[0] = groups[1] = 1;
-    if (pinCount < 4) return;
-    if (type == kTypeVcc) {
-        groups[2] = 2;
-        groups[3] = 3;
-    } else {
-        groups[2] = groups[3] = 2;
-    }
 }
 
 std::string CElemC::GetState() {

@@ -54,7 +54,6 @@ private:
     void StampDc(CCalc* calc, int a, int b, int k, double cap);
     void StampDynamic(CCalc* calc, int a, int b, int k, double cap);
     bool FollowControl(CCalc* calc, bool commit, bool* changedOut);
-    void SetPinGroups();
 };
 
 }  // namespace qz3

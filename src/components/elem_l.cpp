@@ -97,7 +97,7 @@ bool CElemL::Simulate(CCalc* calc, int phase, double t) {
         case PhaseStore: Store(calc); return true;
         case PhaseCheckIC: return CheckIC(calc);
         case PhaseStamp: return Stamp(calc);
-        case PhasePins: SetPinGroups(); return true;
+        case PhasePins: SetControlledPinGroups(this, type == kTypeVcl); return true;
         default: return true;
     }
 }
@@ -209,33 +209,10 @@ bool CElemL::CheckState(CCalc* calc, bool commit, bool* changedOut) {
         *changedOut = pwl.CheckSegment(x[k], commit);
         return true;
     }
+    // The flux stays across the change of inductance.
     const double control = type == kTypeVcl ? x[nodes[3]] - x[nodes[2]] : x[k + 1];
-    if (!commit) {
-        *changedOut = pwl.CheckSegment(control, false);
-        return true;
-    }
-    const double oldSlope = pwl.Slope(state);
-    const int oldSegment = state;
-    *changedOut = pwl.CheckSegment(control, true);
-    const double newSlope = pwl.Slope(state);
-    if (state != oldSegment && newSlope != 0.0) {
-        // The flux stays across the change of inductance.
-        i = oldSlope * x[k] / newSlope;
-        calc->m_JumpRequest = true;
-    }
+    FollowControlSegment(calc, this, pwl, control, commit, changedOut, x[k], i);
     return true;
-}
-
-void CElemL::SetPinGroups() {
-    int* groups = nodes + pinCount;
-    groups[0] = groups[1] = 1;
-    if (pinCount < 4) return;
-    if (type == kTypeVcl) {
-        groups[2] = 2;
-        groups[3] = 3;
-    } else {
-        groups[2] = groups[3] = 2;
-    }
 }
 
 std::string CElemL::GetState() {

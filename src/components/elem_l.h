@@ -60,7 +60,6 @@ private:
     void StampSingle(CCalc* calc, int a, int b, int k);
     void StampCoupled(CCalc* calc);
     bool CheckIC(CCalc* calc);
-    void SetPinGroups();
 };
 
 }  // namespace qz3

@@ -7,6 +7,7 @@
 #include "expr/number_text.h"
 #include "expr/state_text.h"
 #include "solver/calc.h"
+#include "waveforms/pwl.h"
 
 namespace qz3 {
 
@@ -78,5 +79,33 @@ void StampBranchVoltage(CCalc* calc, int a, int b, int k, double v) {
 }
 
 std::string ParamText(const std::string& key, double value) { return key + "=" + NumberToText(value, 12); }
+
+void FollowControlSegment(CCalc* calc, CCmp* cmp, CPWL& pwl, double control, bool commit, bool* changed,
+                          double present, double& held) {
+    if (!commit) {
+        *changed = pwl.CheckSegment(control, false);
+        return;
+    }
+    const double oldSlope = pwl.Slope(cmp->state);
+    const int oldSegment = cmp->state;
+    *changed = pwl.CheckSegment(control, true);
+    const double newSlope = pwl.Slope(cmp->state);
+    if (cmp->state != oldSegment && newSlope != 0.0) {
+        held = present * oldSlope / newSlope;
+        calc->m_JumpRequest = true;
+    }
+}
+
+void SetControlledPinGroups(CCmp* cmp, bool voltageControl) {
+    int* groups = cmp->nodes + cmp->pinCount;
+    groups[0] = groups[1] = 1;
+    if (cmp->pinCount < 4) return;
+    if (voltageControl) {
+        groups[2] = 2;
+        groups[3] = 3;
+    } else {
+        groups[2] = groups[3] = 2;
+    }
+}
 
 }  // namespace qz3

@@ -17,6 +17,7 @@ namespace qz3 {
 
 class CCalc;
 class CCmp;
+class CPWL;
 
 // The stored-state entry of this element that the run starts from: only in
 // a transient run with a stored state id, "" otherwise.
@@ -41,6 +42,18 @@ bool CheckVoltageIC(CCalc* calc, const CCmp* cmp, double& voltage, int a, int b,
 void StampBranchShort(CCalc* calc, int a, int b, int k);
 // The same rows for a fixed voltage: x[b] - x[a] = v.
 void StampBranchVoltage(CCalc* calc, int a, int b, int k, double v);
+
+// A controlled PWL element (pins 0, 1 the branch, 2, 3 the control) moves
+// to the segment of its control value. Committed, a new segment keeps the
+// product of slope and state (charge C v, flux L i): `held` jumps to
+// `present` * old slope / new slope, which asks for a new operating point.
+void FollowControlSegment(CCalc* calc, CCmp* cmp, CPWL& pwl, double control, bool commit, bool* changed,
+                          double present, double& held);
+
+// Pin groups of such an element: the branch joins pins 0 and 1; a control
+// voltage pair draws nothing (groups of their own), a control current path
+// joins its two pins.
+void SetControlledPinGroups(CCmp* cmp, bool voltageControl);
 
 // "key=value" with the value as number text of 12 digits.
 std::string ParamText(const std::string& key, double value);
