@@ -498,6 +498,18 @@ TEST(ElemV, StateTextAndSaveIC) {
     EXPECT_EQ(v->signal.m_Delay.m_Value, -1.0);
     EXPECT_EQ(v->SaveIC(out, 3, true), "");  // no third stored state
     EXPECT_EQ(MakeV("V_V")->SaveIC(out, 0, true), "");
+
+    // A controlled source holds "t" twice: the signal's base, then the time
+    // of its last point; the shift takes the time.
+    auto cv = MakeV("V_CV", "Single");
+    cv->signal.m_Delay.m_Value = 1.0;
+    Place(*cv, net, 0, 1, 1);
+    ASSERT_TRUE(cv->Simulate(&net.calc, PhaseInit, 0.0));
+    ASSERT_TRUE(cv->Simulate(&net.calc, PhaseSources, 0.25));
+    EXPECT_EQ(cv->GetState(), "s=0,st=0,t=" + DoubleToHex(1.0) + ",ss=0,t=" + DoubleToHex(0.25));
+    EXPECT_EQ(cv->SaveIC(out, 0, true), "Delay=750e-3");
+    EXPECT_EQ(cv->signal.m_Delay.m_Value, 0.75);
+    EXPECT_TRUE(cv->signal.m_Delay.m_Text.empty());
 }
 
 }  // namespace
