@@ -269,3 +269,24 @@ TEST_F(Sources, OddListsUnsortedTablesAndWidePulsesRunToTheEnd) {
 }
 
 }  // namespace
+
+namespace {
+
+// A voltage source with both pins on one node: a constant other than 0 is a
+// short circuit; a waveform there must end its run one way or the other.
+TEST_F(Sources, SourceShortedOnItselfEndsTheRun) {
+    Open("src_shorted_v.qz3");
+    const int result = Start();
+    if (Stop()) return;
+    EXPECT_EQ(result, -1);
+    EXPECT_NE(std::string(QZ3_GetError()).find("V1 : Short circuit"), std::string::npos) << QZ3_GetError();
+    QZ3_Close(m_Cir);
+    Open("src_shorted_pulse.qz3");
+    const int started = Start();
+    if (Stop()) return;
+    const int ran = started == 0 ? QZ3_Simulate(m_Cir, 1e-3) : started;
+    EXPECT_EQ(ran, -1);  // the pulse rises into the short circuit
+    EXPECT_NE(std::string(QZ3_GetError()).find("V1"), std::string::npos) << QZ3_GetError();
+}
+
+}  // namespace
