@@ -235,6 +235,8 @@ TEST_F(Sources, BadInputRefusesTheRunWithItsMessage) {
         {"src_bad_no_file_name.qz3", "V1 : No file name"},
         {"src_bad_empty_file.qz3", "V1 : Empty file 'src_table_empty.txt'"},
         {"src_bad_text_file.qz3", "V1 : Error: "},
+        {"src_trace_missing.qz3", "V1 : Trace Nope not found\n"},
+        {"src_trace_nodata.qz3", "V1 : Trace const: no data\n"},
     };
     for (const auto& row : rows) {
         Open(row.file);
