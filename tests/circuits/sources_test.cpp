@@ -292,3 +292,27 @@ TEST_F(Sources, SourceShortedOnItselfEndsTheRun) {
 }
 
 }  // namespace
+
+namespace {
+
+// Saving the state of a running pulse moves its delay so that a run from 0
+// finds the pulse where the old run left it: 2.5 ms into a 1 ms period
+// delayed by 0.1 ms gives -0.4 ms.
+TEST_F(Sources, SaveICShiftsThePulseDelayByTheRunTime) {
+    Open("src_pulse_rc.qz3");
+    const int started = Start();
+    if (Stop()) return;
+    ASSERT_EQ(started, 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_SimulateInterval(m_Cir, 2.5e-3), 0) << QZ3_GetError();
+    double t = 0.0;
+    ASSERT_EQ(QZ3_GetSimulationTime(m_Cir, &t), 0);
+    ASSERT_NEAR(t, 2.5e-3, 1e-15);
+    const int saved = QZ3_SaveIC(m_Cir);
+    if (SkippedFor(saved)) return;
+    ASSERT_EQ(saved, 0) << QZ3_GetError();
+    double delay = 0.0;
+    ASSERT_EQ(QZ3_GetValue(m_Cir, "V1.Delay", &delay), 0) << QZ3_GetError();
+    EXPECT_NEAR(delay, -0.4e-3, 1e-15);
+}
+
+}  // namespace
