@@ -4,6 +4,7 @@
 #include <string>
 
 #include "components/elem_v.h"
+#include "components/element_state.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
 #include "solver/calc.h"
@@ -50,13 +51,15 @@ bool CElemV::Init(CCalc* calc, double t) {
         // A controlled source waits for its control to rise.
         signal.Start(calc, t, !IsControlled());
     }
-    LoadStoredState(calc);
+    // A later init of the same run (a parameter changed) keeps what the run
+    // has reached; only the first one takes the stored state.
+    if (lastModel == 0) LoadStoredState(calc);
     return true;
 }
 
 void CElemV::LoadStoredState(CCalc* calc) {
-    if (!IsControlled() || !calc->m_Transient || calc->m_StateId == 0 || !states) return;
-    const std::string text = StateById(*states, calc->m_StateId);
+    if (!IsControlled()) return;
+    const std::string text = StoredState(calc, this);
     if (text.empty()) return;
     if (model == kModelOneShot) {
         state = KeyInt(text, "s", state);
@@ -198,19 +201,19 @@ std::string CElemV::GetState() {
 // The time a state was saved at becomes a shift of the delay, so a run
 // that starts again at 0 finds the waveform where the old run left it.
 std::string CElemV::SaveIC(std::string& out, int index, bool apply) {
-    if (!IsTimeModel() || model == smFunction) return {};
-    std::string text;
-    if (index <= 0) text = GetState();
-    else if (states && index <= states->Count()) text = (*states)[index - 1];
-    if (text.empty()) return {};
+    out.clear();
+    if (!IsTimeModel() || model == smFunction) return out;
+    const std::string text = StateForIC(this, index, index <= 0 ? GetState() : std::string());
+    if (text.empty()) return out;
     const double t = LastKeyHex(text, "t", std::nan(""));
-    if (std::isnan(t)) return {};
+    if (std::isnan(t)) return out;
     signal.m_Model = model;
     signal.SyncNumbers();
     CSignalWave probe = signal;
     probe.ShiftDelay(t);
     if (apply) signal.Shift(t);
-    return "Delay=" + NumberToText(probe.m_Num.delay, 12);
+    out = ParamText("Delay", probe.m_Num.delay);
+    return out;
 }
 
 }  // namespace qz3

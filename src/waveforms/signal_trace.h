@@ -1,9 +1,9 @@
 // The "Trace" generator's view of the result store: the points of one run
 // of a recorded trace as samples of time and value.
 //
-// Which run belongs to a trace name is the trace set's business. It plugs a
-// finder in with SetSignalTraceFinder; until one is set every name is
-// "not found", which is also what a document without traces says.
+// By default the trace is looked up in the document's time-domain or
+// frequency list and its stored run (number -1) with samples is taken; a
+// test or a host build may plug another finder in with SetSignalTraceFinder.
 #pragma once
 
 #include <string>

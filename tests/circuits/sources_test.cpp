@@ -235,6 +235,8 @@ TEST_F(Sources, BadInputRefusesTheRunWithItsMessage) {
         {"src_bad_no_file_name.qz3", "V1 : No file name"},
         {"src_bad_empty_file.qz3", "V1 : Empty file 'src_table_empty.txt'"},
         {"src_bad_text_file.qz3", "V1 : Error: "},
+        {"src_trace_missing.qz3", "V1 : Trace Nope not found\n"},
+        {"src_trace_nodata.qz3", "V1 : Trace const: no data\n"},
     };
     for (const auto& row : rows) {
         Open(row.file);
@@ -266,6 +268,51 @@ TEST_F(Sources, OddListsUnsortedTablesAndWidePulsesRunToTheEnd) {
         QZ3_Close(m_Cir);
         m_Cir = -1;
     }
+}
+
+}  // namespace
+
+namespace {
+
+// A voltage source with both pins on one node: a constant other than 0 is a
+// short circuit; a waveform there must end its run one way or the other.
+TEST_F(Sources, SourceShortedOnItselfEndsTheRun) {
+    Open("src_shorted_v.qz3");
+    const int result = Start();
+    if (Stop()) return;
+    EXPECT_EQ(result, -1);
+    EXPECT_NE(std::string(QZ3_GetError()).find("V1 : Short circuit"), std::string::npos) << QZ3_GetError();
+    QZ3_Close(m_Cir);
+    Open("src_shorted_pulse.qz3");
+    const int started = Start();
+    if (Stop()) return;
+    const int ran = started == 0 ? QZ3_Simulate(m_Cir, 1e-3) : started;
+    EXPECT_EQ(ran, -1);  // the pulse rises into the short circuit
+    EXPECT_NE(std::string(QZ3_GetError()).find("V1"), std::string::npos) << QZ3_GetError();
+}
+
+}  // namespace
+
+namespace {
+
+// Saving the state of a running pulse moves its delay so that a run from 0
+// finds the pulse where the old run left it: 2.5 ms into a 1 ms period
+// delayed by 0.1 ms gives -0.4 ms.
+TEST_F(Sources, SaveICShiftsThePulseDelayByTheRunTime) {
+    Open("src_pulse_rc.qz3");
+    const int started = Start();
+    if (Stop()) return;
+    ASSERT_EQ(started, 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_SimulateInterval(m_Cir, 2.5e-3), 0) << QZ3_GetError();
+    double t = 0.0;
+    ASSERT_EQ(QZ3_GetSimulationTime(m_Cir, &t), 0);
+    ASSERT_NEAR(t, 2.5e-3, 1e-15);
+    const int saved = QZ3_SaveIC(m_Cir);
+    if (SkippedFor(saved)) return;
+    ASSERT_EQ(saved, 0) << QZ3_GetError();
+    double delay = 0.0;
+    ASSERT_EQ(QZ3_GetValue(m_Cir, "V1.Delay", &delay), 0) << QZ3_GetError();
+    EXPECT_NEAR(delay, -0.4e-3, 1e-15);
 }
 
 }  // namespace

@@ -494,9 +494,67 @@ TEST(ElemV, StateTextAndSaveIC) {
     EXPECT_EQ(v->SaveIC(out, 0, false), "Delay=-1");
     EXPECT_EQ(v->signal.m_Delay.m_Value, 0.0);  // only asked
     EXPECT_EQ(v->SaveIC(out, 0, true), "Delay=-1");
+    EXPECT_EQ(out, "Delay=-1");  // the text goes out both ways, as with every element
     EXPECT_EQ(v->signal.m_Delay.m_Value, -1.0);
     EXPECT_EQ(v->SaveIC(out, 3, true), "");  // no third stored state
     EXPECT_EQ(MakeV("V_V")->SaveIC(out, 0, true), "");
+
+    // A controlled source holds "t" twice: the signal's base, then the time
+    // of its last point; the shift takes the time.
+    auto cv = MakeV("V_CV", "Single");
+    cv->signal.m_Delay.m_Value = 1.0;
+    Place(*cv, net, 0, 1, 1);
+    ASSERT_TRUE(cv->Simulate(&net.calc, PhaseInit, 0.0));
+    ASSERT_TRUE(cv->Simulate(&net.calc, PhaseSources, 0.25));
+    EXPECT_EQ(cv->GetState(), "s=0,st=0,t=" + DoubleToHex(1.0) + ",ss=0,t=" + DoubleToHex(0.25));
+    EXPECT_EQ(cv->SaveIC(out, 0, true), "Delay=750e-3");
+    EXPECT_EQ(cv->signal.m_Delay.m_Value, 0.75);
+    EXPECT_TRUE(cv->signal.m_Delay.m_Text.empty());
+}
+
+}  // namespace
+}  // namespace qz3
+
+namespace qz3 {
+namespace {
+
+// A stored state is read on the first init of a run only: a later init of
+// the same run (after a parameter change) keeps what the run has reached.
+TEST(ElemV, StoredStateIsReadOnTheFirstInitOnly) {
+    Net net(3, 1);
+    auto v = MakeV("V_CV", "One-shot");
+    v->states = new TStringList;  // owned by the element
+    v->states->Add("id=7,s=1,i=1,t=" + DoubleToHex(4e-3));
+    Place(*v, net, 0, 1, 2);
+    net.calc.m_Transient = true;
+    net.calc.m_StateId = 7;
+    ASSERT_TRUE(v->Simulate(&net.calc, PhaseInit, 0.0));
+    EXPECT_EQ(v->state, 1);
+    EXPECT_EQ(v->state2, 1);
+    EXPECT_EQ(v->tEnd, 4e-3);
+    v->lastModel = v->model;
+    v->state = 0;
+    v->state2 = 0;
+    v->tEnd = 0.0;
+    ASSERT_TRUE(v->Simulate(&net.calc, PhaseInit, 1e-3));
+    EXPECT_EQ(v->state, 0);
+    EXPECT_EQ(v->state2, 0);
+    EXPECT_EQ(v->tEnd, 0.0);
+
+    auto pulse = MakeV("I_CI", "Pulse");
+    pulse->states = new TStringList;
+    pulse->states->Add("id=8,s=1,st=2,t=" + DoubleToHex(1.5) + ",ss=" + DoubleToHex(1.25));
+    net.calc.m_StateId = 8;
+    Place(*pulse, net, 0, 1, 2);
+    ASSERT_TRUE(pulse->Simulate(&net.calc, PhaseInit, 0.0));
+    EXPECT_TRUE(pulse->signal.m_Running);
+    EXPECT_EQ(pulse->signal.m_Stage, 2);
+    EXPECT_EQ(pulse->signal.m_Base, 1.5);
+    EXPECT_EQ(pulse->signal.m_Shift, 1.25);
+    pulse->lastModel = pulse->model;
+    ASSERT_TRUE(pulse->Simulate(&net.calc, PhaseInit, 0.0));
+    EXPECT_FALSE(pulse->signal.m_Running);  // started again, waiting for its control
+    EXPECT_EQ(pulse->signal.m_Stage, 0);
 }
 
 }  // namespace

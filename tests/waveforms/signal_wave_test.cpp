@@ -370,3 +370,32 @@ TEST(SignalWave, ShiftKeepsThePhaseOfPeriodicWaves) {
 
 }  // namespace
 }  // namespace qz3
+
+namespace qz3 {
+namespace {
+
+// The step ladder of a sweep moves in whole rungs: a step that lands on a
+// rung names the next one, never a sliver just behind the rung it stands on.
+TEST(SignalWave, SweepLadderLeavesNoSliverSteps) {
+    struct Row {
+        double f0, f1;
+        int type;
+    };
+    const Row rows[] = {{10, 1000, swLinear}, {10, 1000, swExp}, {1000, 10, swLinear}, {1000, 10, swExp},
+                        {1, 100000, swExp}, {100000, 1, swExp}};
+    for (const Row& row : rows) {
+        CSignalWave wave = Sweep(row.f0, row.f1, 0.5, row.type);
+        const Track track = Drive(wave, 0.6, 1e-3);
+        ASSERT_FALSE(track.stalled);
+        double least = 1.0;
+        for (size_t i = 1; i < track.times.size(); ++i)
+            least = std::min(least, track.times[i] - track.times[i - 1]);
+        // The finest step of the sweep is a sixteenth of the top frequency's
+        // cycle over e; anything far below it is a step lost on a rung.
+        const double finest = 1.0 / (16.0 * std::max(wave.m_Fa, wave.m_Fb) * 2.72);
+        EXPECT_GT(least, finest * 0.01) << row.f0 << " " << row.f1 << " " << row.type;
+    }
+}
+
+}  // namespace
+}  // namespace qz3
