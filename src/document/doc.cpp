@@ -61,6 +61,10 @@ CDoc::~CDoc() {
     m_Tree.reset();
     for (CParamRecord* record : m_Params) delete record;
     m_Params.Clear();
+    for (CInputRecord* record : m_Inputs) delete record;
+    m_Inputs.Clear();
+    for (COutputRecord* record : m_Outputs) delete record;
+    m_Outputs.Clear();
     m_Cmps.reset();
 }
 

@@ -16,6 +16,7 @@
 #include <string>
 
 #include "base/list.h"
+#include "document/io_record.h"
 #include "document/param_record.h"
 #include "document/settings.h"
 #include "traces/trace_set.h"
@@ -70,6 +71,8 @@ public:
     std::unique_ptr<CTraceSet> m_Tran;  // traces of the transient analysis
     std::unique_ptr<CTraceSet> m_Freq;  // traces of the AC analysis
     TList<CParamRecord> m_Params;  // owned: the parameter handles given out
+    TList<CInputRecord> m_Inputs;    // owned: the co-simulation inputs given out
+    TList<COutputRecord> m_Outputs;  // owned: the co-simulation outputs given out
     CTranSettings m_TranSettings;
     TStringList m_States;  // one key=value line per saved state
     CACSettings m_ACSettings;
