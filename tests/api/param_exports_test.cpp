@@ -7,19 +7,15 @@
 #include <string>
 
 #include "qz3.h"
+#include "test_files.h"
 
 namespace {
+
+using qz3::test::ReadBytes;
 
 std::string CircuitPath(const char* file) { return std::string(QZ3_TEST_DATA_DIR) + "/circuits/" + file; }
 
 std::string TempPath(const char* file) { return ::testing::TempDir() + file; }
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 class ParamExports : public ::testing::Test {
 protected:
@@ -166,7 +162,7 @@ TEST_F(ParamExports, SavedFormulasReopenWithTheSameValues) {
     ASSERT_EQ(QZ3_SetText(ncir, "P1.Position", "=R2/2400"), 0) << QZ3_GetError();
     const std::string path = TempPath("param_formulas_saved.qz3");
     ASSERT_EQ(QZ3_SaveAs(ncir, path.c_str()), 0) << QZ3_GetError();
-    const std::string text = ReadFile(path);
+    const std::string text = ReadBytes(path);
     EXPECT_NE(text.find("r_str=\"%3dGain*100\""), std::string::npos) << text;
 
     const int reopened = QZ3_Open(path.c_str());
@@ -235,7 +231,7 @@ TEST(ParamExportsFile, UnknownAndPendingTypesRoundTripWithTheirKeys) {
     const std::string path = TempPath("param_foreign_saved.qz3");
     ASSERT_EQ(QZ3_SaveAs(ncir, path.c_str()), 0) << QZ3_GetError();
     QZ3_Close(ncir);
-    const std::string text = ReadFile(path);
+    const std::string text = ReadBytes(path);
     for (const char* key : {"tol=\"5\"", "c=\"1e-6\"", "ic=\"0\"", "model=\"Sin\"", "amp=\"10\"", "freq=\"50\"",
                             "delay=\"1e-9\"", "<State>1,q=1</State>", "name=\"OUT\"", "model=\"Label\"",
                             "type=\"Y_2_AND\"", "type=\"V_V\"", "type=\"C_C\"", "model=\"C\""})

@@ -9,19 +9,15 @@
 #include <string>
 
 #include "qz3.h"
+#include "test_files.h"
 
 namespace {
+
+using qz3::test::ReadBytes;
 
 std::string CircuitPath(const char* file) { return std::string(QZ3_TEST_DATA_DIR) + "/circuits/" + file; }
 
 std::string TempPath(const std::string& file) { return ::testing::TempDir() + file; }
-
-std::string ReadBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
 
 void WriteBytes(const std::string& path, const std::string& bytes) {
     std::ofstream out(path, std::ios::binary);

@@ -13,8 +13,11 @@
 
 #include "circuit_run.h"
 #include "qz3.h"
+#include "test_files.h"
 
 namespace {
+
+using qz3::test::ReadBytes;
 
 using qz3test::Circuit;
 using qz3test::TestCircuit;
@@ -23,13 +26,6 @@ constexpr double kTau = 1e-3;
 constexpr double kTol = 1e-4;  // trapezoidal steps of 10 us
 
 double Charge(double t) { return 1.0 - std::exp(-t / kTau); }
-
-std::string ReadBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream bytes;
-    bytes << in.rdbuf();
-    return bytes.str();
-}
 
 int CountOf(const std::string& text, const std::string& piece) {
     int n = 0;

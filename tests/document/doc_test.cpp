@@ -9,25 +9,17 @@
 
 #include "document/xml_node.h"
 
+#include "test_files.h"
+
 namespace qz3 {
 namespace {
 
+using qz3::test::ReadBytes;
+using qz3::test::kCircuits;
+
 namespace fs = std::filesystem;
 
-const std::string kCircuits = std::string(QZ3_TEST_DATA_DIR) + "/circuits/";
-
-std::string TempDir() {
-    fs::path dir = fs::temp_directory_path() / ("qz3_doc_" + std::to_string(::getpid()));
-    fs::create_directories(dir);
-    return dir.string() + "/";
-}
-
-std::string ReadBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+std::string TempDir() { return qz3::test::TempDir("qz3_doc_"); }
 
 // The file text with the Cmps element's lines taken out.
 std::string WithoutCmps(const std::string& text) {

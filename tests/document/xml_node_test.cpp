@@ -14,8 +14,12 @@
 
 #include "expr/formula.h"
 
+#include "test_files.h"
+
 namespace qz3 {
 namespace {
+
+using qz3::test::ReadBytes;
 
 namespace fs = std::filesystem;
 
@@ -28,13 +32,6 @@ std::string TempPath(const std::string& name) {
 void WriteBytes(const std::string& path, const std::string& bytes) {
     std::ofstream out(path, std::ios::binary);
     out << bytes;
-}
-
-std::string ReadBytes(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
 }
 
 // Parses text from its first "<" and returns the 1-based position behind.
