@@ -50,7 +50,7 @@ CParam* CCmp::ParamTable() {
     if (IsClosed()) return nullptr;
     // A subcircuit's own table comes with the hierarchy; until then a
     // SubCir component offers no rows of the element's.
-    if (model == kModelSubCir) return nullptr;
+    if (model == ModelId::SubCir) return nullptr;
     return BindParams();
 }
 
@@ -117,7 +117,7 @@ bool CCmp::Xml(CXmlNode* node, bool modelOnly) {
         XmlNodes(node);
         XmlModel(node);
     }
-    if (model == kModelPwl) {
+    if (model == ModelId::Pwl) {
         pwl.m_Text = node->Str("pwl", pwl.m_Text);
         pwl.m_FileName = node->Str("pwlf", pwl.m_FileName);
         pwl.m_FileMode = node->Int("pwlm", pwl.m_FileMode);
@@ -155,7 +155,7 @@ void CCmp::XmlModel(CXmlNode* node) {
     if (!node->HasAttr("model")) return;
     const std::string text = node->GetStr("model", "");
     const CModelInfo* row = FindModel(text, false);
-    if (row && row->model != 0) {
+    if (row && row->model != ModelId::None) {
         model = row->model;
         return;
     }
@@ -183,12 +183,12 @@ void CCmp::XmlAttachment(CXmlNode* node) {
     if (node->m_bWrite) {
         if (attachment.empty()) return;
         CXmlNode* child = node->AddChild("Attachment");
-        if (model == kModelSubCir) {
+        if (model == ModelId::SubCir) {
             const size_t open = attachment.find('<');
             if (open != std::string::npos)
                 child->AddChild("")->ParseText(attachment, static_cast<int>(open) + 1);
             child->m_bWrite = true;
-        } else if (model == kModelDll) {
+        } else if (model == ModelId::Dll) {
             child->SetText(attachment);
         } else {
             child->SetEncodedText(attachment);
@@ -197,10 +197,10 @@ void CCmp::XmlAttachment(CXmlNode* node) {
     }
     CXmlNode* child = node->FindChild("Attachment");
     if (!child || QuietLoad()) return;
-    if (model == kModelSubCir) {
+    if (model == ModelId::SubCir) {
         attachment.clear();
         if (CXmlNode* root = child->ChildAt(0)) root->ToText(attachment);
-    } else if (model == kModelDll) {
+    } else if (model == ModelId::Dll) {
         attachment = child->GetText();
     } else {
         attachment = child->GetDecodedText();

@@ -30,6 +30,7 @@
 #include <string>
 
 #include "base/list.h"
+#include "base/type_ids.h"
 #include "expr/param.h"
 #include "waveforms/pwl.h"
 
@@ -64,19 +65,6 @@ enum PinKindBits : int {
     kPinCapacitive = 5,
 };
 
-// Model numbers the code tests; names are in the type tables.
-enum ModelNumber : int {
-    kModelVar = 1,
-    kModelLabel = 2,
-    kModelSubCir = 10,
-    kModelPwl = 11,
-    kModelR = 12,
-    kModelC = 13,
-    kModelDll = 50,
-    kModelPwlI = 52,
-    kModelPotentiometer = 61,
-};
-
 // A pin's place in the symbol of a type; simulation uses only the count.
 class CPin {
 public:
@@ -98,7 +86,7 @@ constexpr uint32_t kReadVIP = kReadV | kReadI | kReadP;
 // One row of a type's model table; the table ends at a row with a null name.
 struct CModelInfo {
     const char* name = nullptr;
-    int model = 0;
+    ModelId model = ModelId::None;
     CParam* params = nullptr;
     int editorPos = 0;
     int branches = 0;
@@ -119,7 +107,7 @@ using CmpFactory = CCmp* (*)(const CCmpType* type);
 // The static descriptor of one component type.
 struct CCmpType {
     const char* typeName = nullptr;
-    int type = 0;
+    TypeId type = TypeId::None;
     CmpFactory create = nullptr;
     int pinCount = 0;
     const CPin* pins = nullptr;
@@ -173,6 +161,12 @@ public:
     virtual bool NextView(int delta);
     virtual bool IsOn() const { return false; }
 
+    // Beyond the 26: questions the solver asks instead of testing numbers.
+    // The switching search may, as one of its retries, ask the element that
+    // triggered a failed attempt to treat its open position as a leak
+    // (`softOpen`); true for elements whose stamp honours that request.
+    virtual bool CanSoftOpen() const { return false; }
+
     // The parameter table of the present model, or null for a closed one.
     CParam* ParamTable();
     // Row by name, ignoring case; null if none.
@@ -198,10 +192,10 @@ public:
     const CCmpType* typeInfo = nullptr;
     CCustomElemType* custom = nullptr;
     int id = 0;
-    int type = 0;
+    TypeId type = TypeId::None;
     std::string name;
     std::string descr;
-    int model = 0;
+    ModelId model = ModelId::None;
     int view = 0;
     std::string group;
     CPWL pwl;
@@ -211,7 +205,7 @@ public:
     bool scrambledKeep = false;
     std::string fileName;
     std::string prefix;
-    int lastModel = 0;
+    ModelId lastModel = ModelId::None;
     int state2 = 0;
     int state = 0;
     int savedState = 0;

@@ -12,10 +12,6 @@
 namespace qz3 {
 
 namespace {
-
-constexpr int kTypeC = 7;
-constexpr int kTypeVcc = 8;
-constexpr int kTypeCcc = 9;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 CParam s_ParamsC[] = {{kParamFormula, "C", "F"}, {kParamFormula, "IC", "V"}, {}};
@@ -24,50 +20,50 @@ CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {kParamFormula, "IC", "V"}, {}};
 }  // namespace
 
 const CModelInfo kModelsCC[] = {
-    {"C", kModelC, s_ParamsC, 0, 1, kReadVIP},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
-    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"C", ModelId::C, s_ParamsC, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsCVcc[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
-const CModelInfo kModelsCCcc[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsCVcc[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
+const CModelInfo kModelsCCcc[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
 
 CElemC::CElemC(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), v(kNaN) {
     ic.m_Blank = true;
     ic.m_Value = kNaN;
-    if (type == kTypeC) pwl.SetLabels("V", "C, F", "C(V)", "Q(V)");
-    else if (type == kTypeVcc) pwl.SetLabels("V", "C, F", "C(V)", "");
-    else if (type == kTypeCcc) pwl.SetLabels("A", "C, F", "C(I)", "");
+    if (type == TypeId::Capacitor) pwl.SetLabels("V", "C, F", "C(V)", "Q(V)");
+    else if (type == TypeId::VoltageControlledCapacitor) pwl.SetLabels("V", "C, F", "C(V)", "");
+    else if (type == TypeId::CurrentControlledCapacitor) pwl.SetLabels("A", "C, F", "C(I)", "");
 }
 
-bool CElemC::IsControlled() const { return type == kTypeVcc || type == kTypeCcc; }
+bool CElemC::IsControlled() const { return type == TypeId::VoltageControlledCapacitor || type == TypeId::CurrentControlledCapacitor; }
 
 bool CElemC::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
     // "c" stays with every model of "C_C", so a change of model keeps it.
-    if (type == kTypeC) node->Val("c", c);
+    if (type == TypeId::Capacitor) node->Val("c", c);
     node->Val("ic", ic);
     return true;
 }
 
 CParam* CElemC::BindParams() {
-    if (model == kModelC) return qz3::BindParams(s_ParamsC, {&c, &ic});
-    if (model == kModelPwl) return qz3::BindParams(s_ParamsPwl, {&pwl, &ic});
+    if (model == ModelId::C) return qz3::BindParams(s_ParamsC, {&c, &ic});
+    if (model == ModelId::Pwl) return qz3::BindParams(s_ParamsPwl, {&pwl, &ic});
     return nullptr;
 }
 
 bool CElemC::CheckParams(CCalc* calc) {
-    if (model != kModelC) return true;
+    if (model != ModelId::C) return true;
     CParamCheck check(calc, this);
     return check.Param(c, "C").Ok();
 }
 
 int CElemC::PinKind(int pin) const {
     if (pin < 2) return kPinCapacitive;
-    return type == kTypeVcc ? kPinSensing : kPinAnalog;
+    return type == TypeId::VoltageControlledCapacitor ? kPinSensing : kPinAnalog;
 }
 
-double CElemC::Capacitance() const { return model == kModelPwl ? pwl.Slope(state) : c.m_Value; }
+double CElemC::Capacitance() const { return model == ModelId::Pwl ? pwl.Slope(state) : c.m_Value; }
 
 bool CElemC::Simulate(CCalc* calc, int phase, double t) {
     switch (phase) {
@@ -75,7 +71,7 @@ bool CElemC::Simulate(CCalc* calc, int phase, double t) {
         case PhaseStore: v = calc->VecX[nodes[1]] - calc->VecX[nodes[0]]; return true;
         case PhaseCheckIC: return CheckVoltageIC(calc, this, v, nodes[0], nodes[1], firstBranch);
         case PhaseStamp: return Stamp(calc);
-        case PhasePins: SetControlledPinGroups(this, type == kTypeVcc); return true;
+        case PhasePins: SetControlledPinGroups(this, type == TypeId::VoltageControlledCapacitor); return true;
         default: return true;
     }
 }
@@ -83,7 +79,7 @@ bool CElemC::Simulate(CCalc* calc, int phase, double t) {
 // Only the first run of a model takes the IC: a rebuild in mid-run keeps the
 // voltage that PhaseStore saved.
 void CElemC::Init(CCalc* calc) {
-    if (lastModel != 0) return;
+    if (lastModel != ModelId::None) return;
     v = ic.m_Value;
     state = 0;
     const std::string stored = StoredState(calc, this);
@@ -95,7 +91,7 @@ void CElemC::Init(CCalc* calc) {
 bool CElemC::Stamp(CCalc* calc) {
     if (calc->m_StampPass != 0) return true;
     const int a = nodes[0], b = nodes[1], k = firstBranch;
-    if (type == kTypeCcc) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
+    if (type == TypeId::CurrentControlledCapacitor) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
     const double cap = Capacitance();
     if (calc->m_Integrating == 0) StampDc(calc, a, b, k, cap);
     else StampDynamic(calc, a, b, k, cap);
@@ -137,7 +133,7 @@ void CElemC::StampDynamic(CCalc* calc, int a, int b, int k, double cap) {
 }
 
 bool CElemC::CheckState(CCalc* calc, bool commit, bool* changedOut) {
-    if (model != kModelPwl) return true;
+    if (model != ModelId::Pwl) return true;
     if (IsControlled()) return FollowControl(calc, commit, changedOut);
     const double* x = calc->VecX;
     *changedOut = pwl.CheckSegment(x[nodes[1]] - x[nodes[0]], commit);
@@ -147,7 +143,7 @@ bool CElemC::CheckState(CCalc* calc, bool commit, bool* changedOut) {
 // A new segment keeps the charge Q = C v: the voltage jumps.
 bool CElemC::FollowControl(CCalc* calc, bool commit, bool* changedOut) {
     const double* x = calc->VecX;
-    const double control = type == kTypeVcc ? x[nodes[3]] - x[nodes[2]] : x[firstBranch + 1];
+    const double control = type == TypeId::VoltageControlledCapacitor ? x[nodes[3]] - x[nodes[2]] : x[firstBranch + 1];
     FollowControlSegment(calc, this, pwl, control, commit, changedOut, x[nodes[1]] - x[nodes[0]], v);
     return true;
 }
@@ -174,7 +170,7 @@ void CElemC::Transform(const CTransform& edit) {
         ic.SetValue(edit.sub == 0 ? kNaN : 0.0);
         return;
     }
-    if (model != kModelC) return;
+    if (model != ModelId::C) return;
     double divisor = 0.0;
     if (edit.kind == 4 && edit.sub == 1) divisor = edit.factor;
     else if (edit.kind == 4 && edit.sub == 3) divisor = edit.factor * edit.factor;

@@ -12,18 +12,6 @@
 namespace qz3 {
 
 namespace {
-
-constexpr int kTypeVcs = 52;
-constexpr int kTypeCcs = 53;
-constexpr int kTypeVcs3 = 54;
-constexpr int kTypeCcs3 = 55;
-constexpr int kTypeLcs = 56;
-constexpr int kTypeLcs3 = 57;
-constexpr int kModelSwitch = CSwitchBase::kModelSwitch;
-constexpr int kModelOneShot = CSwitchBase::kModelOneShot;
-constexpr int kModelSteps = CSwitchBase::kModelSteps;
-constexpr int kModelOn = CSwitchBase::kModelOn;
-constexpr int kModelOff = CSwitchBase::kModelOff;
 constexpr int kSlopeLog = 2;
 constexpr double kPi = 3.14159265358;
 
@@ -58,52 +46,52 @@ QZ3_CONTROLLED_ROWS(Current, "A")
 }  // namespace
 
 const CModelInfo kModelsSLcs[] = {
-    {"Switch", kModelSwitch, s_SwitchLogic, 0, 1, kReadVIP}, {"Off", kModelOff, nullptr, 0, 1, kReadVIP},
-    {"On", kModelOn, nullptr, 0, 1, kReadVIP},               {"One-shot", kModelOneShot, s_OneShotLogic, 0, 1, kReadVIP},
-    {"Step", smStep, nullptr, 0, 1, kReadVIP},               {"Single", smSingle, nullptr, 0, 1, kReadVIP},
-    {"Pulse", smPulse, nullptr, 0, 1, kReadVIP},             {"Clock", smClock, nullptr, 0, 1, kReadVIP},
-    {"List", smList, nullptr, 0, 1, kReadVIP},               {"File", smFile, nullptr, 0, 1, kReadVIP},
-    {"Steps", kModelSteps, s_StepsLogic, 0, 1, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", ModelId::Switch, s_SwitchLogic, 0, 1, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 1, kReadVIP},
+    {"On", ModelId::On, nullptr, 0, 1, kReadVIP},               {"One-shot", ModelId::OneShot, s_OneShotLogic, 0, 1, kReadVIP},
+    {"Step", ModelId::Step, nullptr, 0, 1, kReadVIP},               {"Single", ModelId::Single, nullptr, 0, 1, kReadVIP},
+    {"Pulse", ModelId::Pulse, nullptr, 0, 1, kReadVIP},             {"Clock", ModelId::Clock, nullptr, 0, 1, kReadVIP},
+    {"List", ModelId::List, nullptr, 0, 1, kReadVIP},               {"File", ModelId::File, nullptr, 0, 1, kReadVIP},
+    {"Steps", ModelId::Steps, s_StepsLogic, 0, 1, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSLcs3[] = {
-    {"Switch", kModelSwitch, s_SwitchLogic, 0, 2, kReadVIP}, {"Off", kModelOff, nullptr, 0, 2, kReadVIP},
-    {"On", kModelOn, nullptr, 0, 2, kReadVIP},               {"One-shot", kModelOneShot, s_OneShotLogic, 0, 2, kReadVIP},
-    {"Step", smStep, nullptr, 0, 2, kReadVIP},               {"Single", smSingle, nullptr, 0, 2, kReadVIP},
-    {"Pulse", smPulse, nullptr, 0, 2, kReadVIP},             {"Clock", smClock, nullptr, 0, 2, kReadVIP},
-    {"List", smList, nullptr, 0, 2, kReadVIP},               {"File", smFile, nullptr, 0, 2, kReadVIP},
-    {"Steps", kModelSteps, s_StepsLogic, 0, 2, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", ModelId::Switch, s_SwitchLogic, 0, 2, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},
+    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},               {"One-shot", ModelId::OneShot, s_OneShotLogic, 0, 2, kReadVIP},
+    {"Step", ModelId::Step, nullptr, 0, 2, kReadVIP},               {"Single", ModelId::Single, nullptr, 0, 2, kReadVIP},
+    {"Pulse", ModelId::Pulse, nullptr, 0, 2, kReadVIP},             {"Clock", ModelId::Clock, nullptr, 0, 2, kReadVIP},
+    {"List", ModelId::List, nullptr, 0, 2, kReadVIP},               {"File", ModelId::File, nullptr, 0, 2, kReadVIP},
+    {"Steps", ModelId::Steps, s_StepsLogic, 0, 2, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSVcs[] = {
-    {"Switch", kModelSwitch, s_SwitchVoltage, 0, 1, kReadVIP}, {"Off", kModelOff, nullptr, 0, 1, kReadVIP},
-    {"On", kModelOn, nullptr, 0, 1, kReadVIP},                 {"One-shot", kModelOneShot, s_OneShotVoltage, 0, 1, kReadVIP},
-    {"Steps", kModelSteps, s_StepsVoltage, 0, 1, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", ModelId::Switch, s_SwitchVoltage, 0, 1, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 1, kReadVIP},
+    {"On", ModelId::On, nullptr, 0, 1, kReadVIP},                 {"One-shot", ModelId::OneShot, s_OneShotVoltage, 0, 1, kReadVIP},
+    {"Steps", ModelId::Steps, s_StepsVoltage, 0, 1, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSCcs[] = {
-    {"Switch", kModelSwitch, s_SwitchCurrent, 0, 2, kReadVIP}, {"Off", kModelOff, nullptr, 0, 2, kReadVIP},
-    {"On", kModelOn, nullptr, 0, 2, kReadVIP},                 {"One-shot", kModelOneShot, s_OneShotCurrent, 0, 2, kReadVIP},
-    {"Steps", kModelSteps, s_StepsCurrent, 0, 2, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", ModelId::Switch, s_SwitchCurrent, 0, 2, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},
+    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},                 {"One-shot", ModelId::OneShot, s_OneShotCurrent, 0, 2, kReadVIP},
+    {"Steps", ModelId::Steps, s_StepsCurrent, 0, 2, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSVcs3[] = {
-    {"Switch", kModelSwitch, s_SwitchVoltage, 0, 2, kReadVIP}, {"Off", kModelOff, nullptr, 0, 2, kReadVIP},
-    {"On", kModelOn, nullptr, 0, 2, kReadVIP},                 {"One-shot", kModelOneShot, s_OneShotVoltage, 0, 2, kReadVIP},
-    {"Steps", kModelSteps, s_StepsVoltage, 0, 2, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", ModelId::Switch, s_SwitchVoltage, 0, 2, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},
+    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},                 {"One-shot", ModelId::OneShot, s_OneShotVoltage, 0, 2, kReadVIP},
+    {"Steps", ModelId::Steps, s_StepsVoltage, 0, 2, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSCcs3[] = {
-    {"Switch", kModelSwitch, s_SwitchCurrent, 0, 3, kReadVIP}, {"Off", kModelOff, nullptr, 0, 3, kReadVIP},
-    {"On", kModelOn, nullptr, 0, 3, kReadVIP},                 {"One-shot", kModelOneShot, s_OneShotCurrent, 0, 3, kReadVIP},
-    {"Steps", kModelSteps, s_StepsCurrent, 0, 3, kReadVIP},    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Switch", ModelId::Switch, s_SwitchCurrent, 0, 3, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 3, kReadVIP},
+    {"On", ModelId::On, nullptr, 0, 3, kReadVIP},                 {"One-shot", ModelId::OneShot, s_OneShotCurrent, 0, 3, kReadVIP},
+    {"Steps", ModelId::Steps, s_StepsCurrent, 0, 3, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 
 CElemCS::CElemCS(const CCmpType* typeDescriptor) : CSwitchBase(typeDescriptor) { slope.Items = kSlopeWords; }
 
-bool CElemCS::IsLogic() const { return type == kTypeLcs || type == kTypeLcs3; }
-bool CElemCS::IsCurrent() const { return type == kTypeCcs || type == kTypeCcs3; }
+bool CElemCS::IsLogic() const { return type == TypeId::LogicControlledSwitch || type == TypeId::LogicControlledSpdt; }
+bool CElemCS::IsCurrent() const { return type == TypeId::CurrentControlledSwitch || type == TypeId::CurrentControlledSpdt; }
 
 bool CElemCS::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
@@ -126,14 +114,14 @@ CParam* CElemCS::BindParams() {
     if (IsTimeModel(model)) return BindTimeParams();
     const bool logic = IsLogic(), current = IsCurrent();
     switch (model) {
-        case kModelSwitch:
+        case ModelId::Switch:
             if (logic) return qz3::BindParams(s_SwitchLogic, {&active, &ic});
             return qz3::BindParams(current ? s_SwitchCurrent : s_SwitchVoltage,
                                    {&threshold, &hysteresis, &active, &ic});
-        case kModelOneShot:
+        case ModelId::OneShot:
             if (logic) return qz3::BindParams(s_OneShotLogic, {&active, &width});
             return qz3::BindParams(current ? s_OneShotCurrent : s_OneShotVoltage, {&threshold, &width, &active});
-        case kModelSteps:
+        case ModelId::Steps:
             if (logic) return qz3::BindParams(s_StepsLogic, {&roff, &ron, &slope, &ramp, &steps, &ic});
             return qz3::BindParams(current ? s_StepsCurrent : s_StepsVoltage,
                                    {&threshold, &hysteresis, &roff, &ron, &slope, &ramp, &steps, &ic});
@@ -156,13 +144,13 @@ bool CElemCS::CheckParams(CCalc* calc) {
         else check.Fault(r < 0, name + " < 0");
     };
     switch (model) {
-        case kModelSwitch: checkHysteresis(); break;
-        case kModelOneShot:
+        case ModelId::Switch: checkHysteresis(); break;
+        case ModelId::OneShot:
             check.Param(width, "Width")
                 .Fault(std::isinf(width.m_Value), "Width = infinite")
                 .Fault(width.m_Value < 0, "Width < 0");
             break;
-        case kModelSteps:
+        case ModelId::Steps:
             checkHysteresis();
             checkResistance(roff, "Roff");
             checkResistance(ron, "Ron");
@@ -178,7 +166,7 @@ bool CElemCS::CheckParams(CCalc* calc) {
 }
 
 int CElemCS::PinKind(int pin) const {
-    const bool sensing = (IsLogic() && pin == 2) || ((type == kTypeVcs || type == kTypeVcs3) && (pin == 2 || pin == 3));
+    const bool sensing = (IsLogic() && pin == 2) || ((type == TypeId::VoltageControlledSwitch || type == TypeId::VoltageControlledSpdt) && (pin == 2 || pin == 3));
     return sensing ? kPinSensing : kPinAnalog;
 }
 
@@ -206,7 +194,7 @@ bool CElemCS::Simulate(CCalc* calc, int phase, double t) {
         case PhaseReset: signal.Reset(); return true;
         case PhaseStamp: return Stamp(calc);
         case PhaseSample:
-            if (model == kModelOneShot) state2 = Control(calc) > 0 ? 1 : 0;
+            if (model == ModelId::OneShot) state2 = Control(calc) > 0 ? 1 : 0;
             return true;
         case PhasePins: SetPinGroups(); return true;
         default: return true;
@@ -219,22 +207,22 @@ bool CElemCS::Init(CCalc* calc, double t) {
     if (model != lastModel) {
         if (IsTimeModel(model) && !StartSignal(calc, t, false)) return false;
         switch (model) {
-            case kModelSwitch: state = ic; break;
-            case kModelOneShot:
+            case ModelId::Switch: state = ic; break;
+            case ModelId::OneShot:
                 state = state2 = 0;
                 tEnd = 0.0;
                 break;
-            case kModelSteps:
+            case ModelId::Steps:
                 state = ic;
                 step = ic ? stepCount : 0;
                 tEnd = 0.0;
                 break;
-            case kModelOn: state = 1; break;
-            case kModelOff: state = 0; break;
+            case ModelId::On: state = 1; break;
+            case ModelId::Off: state = 0; break;
             default: break;
         }
     }
-    if (lastModel == 0) ReadStored(StoredState(calc, this));
+    if (lastModel == ModelId::None) ReadStored(StoredState(calc, this));
     return true;
 }
 
@@ -244,11 +232,11 @@ void CElemCS::ReadStored(const std::string& stored) {
         signal.LoadState(stored);
         return;
     }
-    if (model != kModelSwitch && model != kModelOneShot && model != kModelSteps) return;
+    if (model != ModelId::Switch && model != ModelId::OneShot && model != ModelId::Steps) return;
     state = KeyInt(stored, "s", state);
-    if (model == kModelSwitch) return;
+    if (model == ModelId::Switch) return;
     tEnd = KeyHex(stored, "t", tEnd);
-    if (model == kModelOneShot) {
+    if (model == ModelId::OneShot) {
         state2 = KeyInt(stored, "i", state2);
         return;
     }
@@ -264,7 +252,7 @@ bool CElemCS::Stamp(CCalc* calc) {
     const int k = firstBranch;
     if (IsCurrent()) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
     if (IsTimeModel(model)) state = SignalPosition();
-    if (model != kModelSteps) {
+    if (model != ModelId::Steps) {
         StampContacts(calc, state);
         return true;
     }
@@ -273,7 +261,7 @@ bool CElemCS::Stamp(CCalc* calc) {
     const int second = SecondContact();
     if (second < 0) return true;
     // The logic SPDT switch doesn't ramp its second way: that way stays open.
-    if (type == kTypeLcs3) calc->StampSwitch(nodes[second], common, k + SecondBranch(), false);
+    if (type == TypeId::LogicControlledSpdt) calc->StampSwitch(nodes[second], common, k + SecondBranch(), false);
     else calc->StampResistorBranch(nodes[second], common, k + SecondBranch(), StepResistance(stepCount - step));
     return true;
 }
@@ -286,7 +274,7 @@ bool CElemCS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
         return true;
     }
     switch (model) {
-        case kModelSwitch:
+        case ModelId::Switch:
             if (state == active && c + h < 0) {
                 *changedOut = true;
                 if (commit) state = 1 - active;
@@ -295,7 +283,7 @@ bool CElemCS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
                 if (commit) state = active;
             }
             break;
-        case kModelOneShot:
+        case ModelId::OneShot:
             if (state2 == 0 && c > 0) {
                 *changedOut = true;
                 if (!commit) break;
@@ -307,7 +295,7 @@ bool CElemCS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
                 if (commit) state2 = 0;
             }
             break;
-        case kModelSteps: CheckSteps(calc, c, commit, changedOut); break;
+        case ModelId::Steps: CheckSteps(calc, c, commit, changedOut); break;
         default: break;
     }
     return true;
@@ -354,14 +342,14 @@ bool Near(double t, double x) { return std::fabs(t - x) <= std::fmin(std::fabs(t
 void CElemCS::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
     if (IsTimeModel(model)) {
         SignalEvent(calc, t, tNext, stepMax, stepMin);
-    } else if (model == kModelOneShot && state == active) {
+    } else if (model == ModelId::OneShot && state == active) {
         if (!Near(t, tEnd) && tEnd > t) {
             *tNext = tEnd;
             *stepMax = width.m_Value * 0.25;
         } else {
             state = 1 - active;
         }
-    } else if (model == kModelSteps && stepCount > 1) {
+    } else if (model == ModelId::Steps && stepCount > 1) {
         if ((state == 1 && step < stepCount) || (state == 0 && step > 0)) NextStep(t, tNext, stepMax);
     }
 }
@@ -399,17 +387,17 @@ std::string CElemCS::GetState() {
         signal.SaveState(s);
         return s;
     }
-    if (model != kModelSwitch && model != kModelOneShot && model != kModelSteps) return s;
+    if (model != ModelId::Switch && model != ModelId::OneShot && model != ModelId::Steps) return s;
     AddKeyInt(s, "s", state);
-    if (model == kModelOneShot) AddKeyInt(s, "i", state2);
-    if (model == kModelSteps) AddKeyInt(s, "st", step);
-    if (model != kModelSwitch) AddKeyHex(s, "t", tEnd);
+    if (model == ModelId::OneShot) AddKeyInt(s, "i", state2);
+    if (model == ModelId::Steps) AddKeyInt(s, "st", step);
+    if (model != ModelId::Switch) AddKeyHex(s, "t", tEnd);
     return s;
 }
 
 std::string CElemCS::SaveIC(std::string& out, int index, bool apply) {
     out.clear();
-    if (model != kModelSwitch && model != kModelSteps) return out;
+    if (model != ModelId::Switch && model != ModelId::Steps) return out;
     const std::string text = StateForIC(this, index, index == 0 ? GetState() : std::string());
     if (text.empty()) return out;
     const int s = KeyInt(text, "s", state);
@@ -419,9 +407,9 @@ std::string CElemCS::SaveIC(std::string& out, int index, bool apply) {
 }
 
 bool CElemCS::IsOn() const {
-    if (model == kModelOn) return true;
-    const bool activeLow = model == smSingle || model == smPulse || model == smStep || model == smClock ||
-                           model == kModelSwitch || model == kModelOneShot;
+    if (model == ModelId::On) return true;
+    const bool activeLow = model == ModelId::Single || model == ModelId::Pulse || model == ModelId::Step || model == ModelId::Clock ||
+                           model == ModelId::Switch || model == ModelId::OneShot;
     return activeLow && active == 0;
 }
 

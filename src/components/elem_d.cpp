@@ -14,10 +14,6 @@ namespace qz3 {
 
 namespace {
 
-constexpr int kModelDiode = CElemD::kModelDiode;
-constexpr int kModelStorage = CElemD::kModelStorage;
-constexpr int kModelSoft = CElemD::kModelSoft;
-
 const char* const kZenerIC[] = {"Minus", "Off", "Plus", nullptr};
 
 CParam s_ParamsDiode[] = {{kParamFormula, "Vd", "V"}, {kParamOnOff, "IC"}, {}};
@@ -47,29 +43,29 @@ CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {}};
 }  // namespace
 
 const CModelInfo kModelsDD[] = {
-    {"Diode", kModelDiode, s_ParamsDiode, 0, 1, kReadVIP},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
-    {"Storage", kModelStorage, s_ParamsStorage, 0, 2, kReadVIP},
-    {"Soft", kModelSoft, s_ParamsSoft, 0, 2, kReadVIP},
-    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Diode", ModelId::Diode, s_ParamsDiode, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"Storage", ModelId::Storage, s_ParamsStorage, 0, 2, kReadVIP},
+    {"Soft", ModelId::Soft, s_ParamsSoft, 0, 2, kReadVIP},
+    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsDZ[] = {
-    {"Zener", kModelDiode, s_ParamsZener, 0, 1, kReadVIP},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
-    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Zener", ModelId::Diode, s_ParamsZener, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsDZs[] = {
-    {"Zener", kModelDiode, s_ParamsZenerSym, 0, 1, kReadVIP},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
-    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Zener", ModelId::Diode, s_ParamsZenerSym, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsDVct[] = {{"Thyristor", kModelDiode, s_ParamsVct, 0, 1, kReadVIP}, {"SubCir", kModelSubCir}, {}};
-const CModelInfo kModelsDCct[] = {{"Thyristor", kModelDiode, s_ParamsCct, 0, 2, kReadVIP}, {"SubCir", kModelSubCir}, {}};
-const CModelInfo kModelsDLct[] = {{"Thyristor", kModelDiode, s_ParamsLct, 0, 1, kReadVIP}, {"SubCir", kModelSubCir}, {}};
-const CModelInfo kModelsDBridge[] = {{"Diode", kModelDiode, s_ParamsBridge, 0, 4, kReadVIP}, {}};
+const CModelInfo kModelsDVct[] = {{"Thyristor", ModelId::Diode, s_ParamsVct, 0, 1, kReadVIP}, {"SubCir", ModelId::SubCir}, {}};
+const CModelInfo kModelsDCct[] = {{"Thyristor", ModelId::Diode, s_ParamsCct, 0, 2, kReadVIP}, {"SubCir", ModelId::SubCir}, {}};
+const CModelInfo kModelsDLct[] = {{"Thyristor", ModelId::Diode, s_ParamsLct, 0, 1, kReadVIP}, {"SubCir", ModelId::SubCir}, {}};
+const CModelInfo kModelsDBridge[] = {{"Diode", ModelId::Diode, s_ParamsBridge, 0, 4, kReadVIP}, {}};
 
 CElemD::CElemD(const CCmpType* typeDescriptor) : CCmp(typeDescriptor) {
     icZ.Index = 1;
@@ -79,15 +75,15 @@ CElemD::CElemD(const CCmpType* typeDescriptor) : CCmp(typeDescriptor) {
     pwl.m_Invert = true;
 }
 
-bool CElemD::IsThyristor() const { return type == kTypeVct || type == kTypeCct || type == kTypeLct; }
-bool CElemD::IsQuad() const { return type == kTypeBridge || type == kTypeRing; }
-bool CElemD::HasCharge() const { return model == kModelStorage || model == kModelSoft; }
-bool CElemD::HasIC() const { return type == kTypeD || type == kTypeZ || IsThyristor(); }
+bool CElemD::IsThyristor() const { return type == TypeId::VoltageThyristor || type == TypeId::CurrentThyristor || type == TypeId::LogicThyristor; }
+bool CElemD::IsQuad() const { return type == TypeId::Bridge || type == TypeId::DiodeRing; }
+bool CElemD::HasCharge() const { return model == ModelId::Storage || model == ModelId::Soft; }
+bool CElemD::HasIC() const { return type == TypeId::Diode || type == TypeId::Zener || IsThyristor(); }
 
 bool CElemD::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
-    const bool zener = type == kTypeZ || type == kTypeZs;
-    if (type != kTypeZs) node->Val("vd", vd);
+    const bool zener = type == TypeId::Zener || type == TypeId::SymmetricZener;
+    if (type != TypeId::SymmetricZener) node->Val("vd", vd);
     if (zener) {
         node->Val("v", v);
         icZ.Index = node->Int("ic", icZ.Index);
@@ -96,8 +92,8 @@ bool CElemD::Xml(CXmlNode* node, bool modelOnly) {
         ic = node->Bool("ic", ic != 0) ? 1 : 0;
     }
     if (IsThyristor()) node->Val("hold", ihold);
-    if (type == kTypeVct || type == kTypeCct) node->Val("thr", threshold);
-    if (type == kTypeD) {
+    if (type == TypeId::VoltageThyristor || type == TypeId::CurrentThyristor) node->Val("thr", threshold);
+    if (type == TypeId::Diode) {
         node->Val("t", t);
         node->Val("ts", ts);
         node->Val("icq", icq);
@@ -107,28 +103,28 @@ bool CElemD::Xml(CXmlNode* node, bool modelOnly) {
 }
 
 CParam* CElemD::BindParams() {
-    if (model == kModelPwl) return qz3::BindParams(s_ParamsPwl, {&pwl});
-    if (model == kModelStorage) return qz3::BindParams(s_ParamsStorage, {&t, &icq, &vd, &ic});
-    if (model == kModelSoft) return qz3::BindParams(s_ParamsSoft, {&t, &ts, &icq, &vd, &ic});
-    if (model != kModelDiode) return nullptr;
+    if (model == ModelId::Pwl) return qz3::BindParams(s_ParamsPwl, {&pwl});
+    if (model == ModelId::Storage) return qz3::BindParams(s_ParamsStorage, {&t, &icq, &vd, &ic});
+    if (model == ModelId::Soft) return qz3::BindParams(s_ParamsSoft, {&t, &ts, &icq, &vd, &ic});
+    if (model != ModelId::Diode) return nullptr;
     switch (type) {
-        case kTypeD: return qz3::BindParams(s_ParamsDiode, {&vd, &ic});
-        case kTypeZ: return qz3::BindParams(s_ParamsZener, {&icZ, &v, &vd});
-        case kTypeZs: return qz3::BindParams(s_ParamsZenerSym, {&icZ, &v});
-        case kTypeVct: return qz3::BindParams(s_ParamsVct, {&vd, &ihold, &ic, &threshold});
-        case kTypeCct: return qz3::BindParams(s_ParamsCct, {&vd, &ihold, &threshold, &ic});
-        case kTypeLct: return qz3::BindParams(s_ParamsLct, {&vd, &ihold, &ic});
+        case TypeId::Diode: return qz3::BindParams(s_ParamsDiode, {&vd, &ic});
+        case TypeId::Zener: return qz3::BindParams(s_ParamsZener, {&icZ, &v, &vd});
+        case TypeId::SymmetricZener: return qz3::BindParams(s_ParamsZenerSym, {&icZ, &v});
+        case TypeId::VoltageThyristor: return qz3::BindParams(s_ParamsVct, {&vd, &ihold, &ic, &threshold});
+        case TypeId::CurrentThyristor: return qz3::BindParams(s_ParamsCct, {&vd, &ihold, &threshold, &ic});
+        case TypeId::LogicThyristor: return qz3::BindParams(s_ParamsLct, {&vd, &ihold, &ic});
         default: return qz3::BindParams(s_ParamsBridge, {&vd});
     }
 }
 
 bool CElemD::CheckParams(CCalc* calc) {
     CParamCheck check(calc, this);
-    if (model == kModelDiode || model == kModelStorage) {
-        if (type != kTypeZs) check.Param(vd, "Vd").Fault(vd.m_Value < 0, "Vd < 0");
-        if (type == kTypeZ || type == kTypeZs) check.Param(v, "V").Fault(v.m_Value < 0, "V < 0");
+    if (model == ModelId::Diode || model == ModelId::Storage) {
+        if (type != TypeId::SymmetricZener) check.Param(vd, "Vd").Fault(vd.m_Value < 0, "Vd < 0");
+        if (type == TypeId::Zener || type == TypeId::SymmetricZener) check.Param(v, "V").Fault(v.m_Value < 0, "V < 0");
         if (IsThyristor()) check.Param(ihold, "Ihold").Fault(ihold.m_Value < 0, "Ihold < 0");
-        if (type == kTypeVct || type == kTypeCct)
+        if (type == TypeId::VoltageThyristor || type == TypeId::CurrentThyristor)
             check.Param(threshold, "Threshold").Fault(std::isinf(threshold.m_Value), "Threshold = infinite");
     }
     if (HasCharge()) {
@@ -136,23 +132,23 @@ bool CElemD::CheckParams(CCalc* calc) {
         check.Param(icq, "ICQ").Fault(std::isinf(icq.m_Value), "ICQ = infinite").Fault(icq.m_Value < 0, "ICQ < 0");
     }
     // The line names the recovery time "tsr", as users of the model know it.
-    if (model == kModelSoft)
+    if (model == ModelId::Soft)
         check.Param(ts, "tsr").Fault(std::isinf(ts.m_Value), "tsr = infinite").Fault(ts.m_Value < 0, "tsr < 0");
     return check.Ok();
 }
 
-int CElemD::PinKind(int pin) const { return type == kTypeLct && pin == 2 ? kPinSensing : kPinAnalog; }
+int CElemD::PinKind(int pin) const { return type == TypeId::LogicThyristor && pin == 2 ? kPinSensing : kPinAnalog; }
 
 bool CElemD::Simulate(CCalc* calc, int phase, double time) {
     switch (phase) {
         case PhaseInit:
             Init(calc);
-            return model == kModelPwl ? pwl.Prepare(calc) : true;
+            return model == ModelId::Pwl ? pwl.Prepare(calc) : true;
         case PhaseStore:
             if (HasCharge()) q = std::fmax(0.0, calc->VecX[firstBranch + 1]);
             return true;
         case PhaseStamp: return Stamp(calc);
-        case PhaseFloat: return model == kModelDiode ? FloatFix(calc) : true;
+        case PhaseFloat: return model == ModelId::Diode ? FloatFix(calc) : true;
         case PhasePins: SetPinGroups(); return true;
         default: return true;
     }
@@ -160,7 +156,7 @@ bool CElemD::Simulate(CCalc* calc, int phase, double time) {
 
 void CElemD::Init(CCalc* calc) {
     if (model != lastModel) InitState();
-    if (lastModel != 0) return;
+    if (lastModel != ModelId::None) return;
     const std::string stored = StoredState(calc, this);
     if (stored.empty()) return;
     state = KeyInt(stored, "s", state);
@@ -175,18 +171,18 @@ void CElemD::InitState() {
     state = 0;
     stage = 0;
     const bool vdInfinite = std::isinf(vd.m_Value);
-    if (model == kModelStorage || model == kModelSoft) {
+    if (model == ModelId::Storage || model == ModelId::Soft) {
         state = ic;
         q = t.m_Value > 0 && ic ? icq.m_Value : 0.0;
         return;
     }
-    if (model != kModelDiode) return;
-    if (type == kTypeD) {
+    if (model != ModelId::Diode) return;
+    if (type == TypeId::Diode) {
         state = vdInfinite ? 0 : ic;
-    } else if (type == kTypeZ) {
+    } else if (type == TypeId::Zener) {
         state = icZ.Index - 1;
         if ((state == 1 && vdInfinite) || (state == -1 && std::isinf(v.m_Value))) state = 0;
-    } else if (type == kTypeZs) {
+    } else if (type == TypeId::SymmetricZener) {
         state = std::isinf(v.m_Value) ? 0 : icZ.Index - 1;
     } else if (IsThyristor()) {
         state = vdInfinite ? 0 : ic;
@@ -197,34 +193,34 @@ void CElemD::InitState() {
 void CElemD::SetPinGroups() {
     int* groups = nodes + pinCount;
     for (int p = 0; p < pinCount; ++p) groups[p] = 1;
-    if (type == kTypeVct) {
+    if (type == TypeId::VoltageThyristor) {
         groups[2] = 2;
         groups[3] = 3;
-    } else if (type == kTypeCct) {
+    } else if (type == TypeId::CurrentThyristor) {
         groups[2] = groups[3] = 2;
-    } else if (type == kTypeLct) {
+    } else if (type == TypeId::LogicThyristor) {
         groups[2] = 2;
     }
 }
 
 bool CElemD::SegmentRange(int* first, int* last) {
-    if (model == kModelPwl) {
+    if (model == ModelId::Pwl) {
         *first = pwl.m_First;
         *last = pwl.LastSegment();
         return *first < *last;
     }
     *first = 0;
     *last = 1;
-    if (model == kModelStorage) {
+    if (model == ModelId::Storage) {
         if (t.m_Value > 0 && stage > 0) *first = -1;
         return true;
     }
     // A recovering "Soft" diode and a blocked thyristor are left alone.
-    if ((model == kModelSoft && state != 0) || (IsThyristor() && stage == 0)) {
+    if ((model == ModelId::Soft && state != 0) || (IsThyristor() && stage == 0)) {
         *last = 0;
         return false;
     }
-    if (type == kTypeZ || type == kTypeZs) *first = -1;
+    if (type == TypeId::Zener || type == TypeId::SymmetricZener) *first = -1;
     if (IsQuad()) *last = 15;
     return true;
 }
@@ -242,11 +238,11 @@ std::string CElemD::GetState() {
 
 std::string CElemD::SaveIC(std::string& out, int index, bool apply) {
     out.clear();
-    if (!HasIC() || model == kModelPwl || model == kModelSubCir) return out;
+    if (!HasIC() || model == ModelId::Pwl || model == ModelId::SubCir) return out;
     const std::string text = StateForIC(this, index, index == 0 ? GetState() : std::string());
     if (text.empty()) return out;
     const int s = KeyInt(text, "s", state);
-    if (type == kTypeZ) {
+    if (type == TypeId::Zener) {
         const int choice = s < 0 ? 0 : s > 0 ? 2 : 1;
         if (apply) icZ.Index = choice;
         out = std::string("IC=") + kZenerIC[choice];
@@ -270,7 +266,7 @@ void CElemD::Transform(const CTransform& edit) {
     if (edit.kind == 1) {
         ic = 0;
         icZ.Index = 1;
-    } else if (edit.kind == 2 && (type == kTypeD || IsQuad())) {
+    } else if (edit.kind == 2 && (type == TypeId::Diode || IsQuad())) {
         vd.SetValue(edit.factor);
     }
 }

@@ -35,19 +35,6 @@ public:
     explicit CElemD(const CCmpType* type);
     static CCmp* Create(const CCmpType* type) { return new CElemD(type); }
 
-    // The model and type numbers the class tests.
-    static constexpr int kModelDiode = 15;  // also "Zener", "Thyristor"
-    static constexpr int kModelStorage = 42;
-    static constexpr int kModelSoft = 51;
-    static constexpr int kTypeD = 10;
-    static constexpr int kTypeZ = 11;
-    static constexpr int kTypeZs = 12;
-    static constexpr int kTypeVct = 13;
-    static constexpr int kTypeCct = 14;
-    static constexpr int kTypeLct = 15;
-    static constexpr int kTypeBridge = 16;
-    static constexpr int kTypeRing = 17;
-
     bool Xml(CXmlNode* node, bool modelOnly) override;
     CParam* BindParams() override;
     bool CheckParams(CCalc* calc) override;
@@ -61,6 +48,9 @@ public:
     void Transform(const CTransform& edit) override;
     bool SegmentRange(int* first, int* last) override;
     bool CheckSegment(CCalc* calc, bool commit) override;
+    // The ideal-diode models (diode, zener, thyristor, bridge, ring) open
+    // with a leak on request.
+    bool CanSoftOpen() const override { return model == ModelId::Diode; }
 
     CFormula vd{0.0};         // Vd: forward drop, V
     CFormula v{8.0};          // V: zener voltage, V

@@ -12,7 +12,7 @@ namespace qz3 {
 
 void CElemD::QuadPair(int n, int* a, int* b) const {
     const int pa = nodes[0], pb = nodes[1], pc = nodes[2], pd = nodes[3];
-    const bool ring = type == kTypeRing;
+    const bool ring = type == TypeId::DiodeRing;
     const int pairs[4][2] = {{pc, pa}, {ring ? pa : pd, ring ? pd : pa}, {pb, pc}, {ring ? pd : pb, ring ? pb : pd}};
     *a = pairs[n][0];
     *b = pairs[n][1];
@@ -23,30 +23,30 @@ bool CElemD::Stamp(CCalc* calc) {
     const int a = nodes[0], b = nodes[1];
     const int k = firstBranch;
     const double Vd = vd.m_Value, V = v.m_Value;
-    if (model == kModelPwl) {
+    if (model == ModelId::Pwl) {
         calc->StampVCCS(b, a, a, b, k, pwl.Slope(state));
         calc->VecB[k] = -pwl.Offset(state);
         return true;
     }
-    if (model == kModelStorage) {
+    if (model == ModelId::Storage) {
         calc->StampDiode(a, b, k, state != 0, state == -1 ? 0.0 : Vd, false);
         if (calc->m_Transient) StampChargeRow(calc, t.m_Value);
         else calc->MatrixG[k + 1][k + 1] = -1;
         return true;
     }
-    if (model == kModelSoft) {
+    if (model == ModelId::Soft) {
         StampSoft(calc);
         return true;
     }
-    if (model != kModelDiode) return true;
+    if (model != ModelId::Diode) return true;
     switch (type) {
-        case kTypeD: calc->StampDiode(a, b, k, state != 0, Vd, softOpen); break;
-        case kTypeZ: calc->StampDiode(a, b, k, state != 0, state == -1 ? -V : Vd, softOpen); break;
-        case kTypeZs: calc->StampDiode(a, b, k, state != 0, state < 0 ? -V : V, softOpen); break;
-        case kTypeBridge:
-        case kTypeRing: StampQuad(calc); break;
+        case TypeId::Diode: calc->StampDiode(a, b, k, state != 0, Vd, softOpen); break;
+        case TypeId::Zener: calc->StampDiode(a, b, k, state != 0, state == -1 ? -V : Vd, softOpen); break;
+        case TypeId::SymmetricZener: calc->StampDiode(a, b, k, state != 0, state < 0 ? -V : V, softOpen); break;
+        case TypeId::Bridge:
+        case TypeId::DiodeRing: StampQuad(calc); break;
         default:
-            if (type == kTypeCct) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
+            if (type == TypeId::CurrentThyristor) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
             calc->StampDiode(a, b, k, stage != 0 && state != 0, Vd, softOpen);
             break;
     }
@@ -116,21 +116,21 @@ bool CElemD::CheckSegment(CCalc* calc, bool commit) {
     const double Vd = vd.m_Value, V = v.m_Value;
     const double* x = calc->VecX;
     switch (model) {
-        case kModelPwl: return pwl.CheckSegment(x[b] - x[a], commit);
-        case kModelStorage: return CheckDiode(calc, commit, &state, a, b, k, Vd, 0.0, stage != 0);
-        case kModelSoft:
+        case ModelId::Pwl: return pwl.CheckSegment(x[b] - x[a], commit);
+        case ModelId::Storage: return CheckDiode(calc, commit, &state, a, b, k, Vd, 0.0, stage != 0);
+        case ModelId::Soft:
             if (state != 0 && t.m_Value > 0) return false;
             stage = 0;
             return CheckDiode(calc, commit, &state, a, b, k, Vd, 0.0, false);
-        case kModelDiode: break;
+        case ModelId::Diode: break;
         default: return false;
     }
     switch (type) {
-        case kTypeD: return CheckDiode(calc, commit, &state, a, b, k, Vd, 0.0, false);
-        case kTypeZ: return CheckDiode(calc, commit, &state, a, b, k, Vd, -V, true);
-        case kTypeZs: return CheckDiode(calc, commit, &state, a, b, k, V, -V, true);
-        case kTypeBridge:
-        case kTypeRing: return CheckQuad(calc, commit);
+        case TypeId::Diode: return CheckDiode(calc, commit, &state, a, b, k, Vd, 0.0, false);
+        case TypeId::Zener: return CheckDiode(calc, commit, &state, a, b, k, Vd, -V, true);
+        case TypeId::SymmetricZener: return CheckDiode(calc, commit, &state, a, b, k, V, -V, true);
+        case TypeId::Bridge:
+        case TypeId::DiodeRing: return CheckQuad(calc, commit);
         default: return CheckThyristor(calc, commit);
     }
 }
@@ -167,15 +167,15 @@ bool CElemD::CheckThyristor(CCalc* calc, bool commit) {
 
 double CElemD::GateLevel(const CCalc* calc) const {
     const double* x = calc->VecX;
-    if (type == kTypeVct) return x[nodes[3]] - x[nodes[2]] - threshold.m_Value;
-    if (type == kTypeCct) return x[firstBranch + 1] - threshold.m_Value;
+    if (type == TypeId::VoltageThyristor) return x[nodes[3]] - x[nodes[2]] - threshold.m_Value;
+    if (type == TypeId::CurrentThyristor) return x[firstBranch + 1] - threshold.m_Value;
     return x[nodes[2]] - calc->m_LogicThr;
 }
 
 bool CElemD::CheckState(CCalc* calc, bool commit, bool* changedOut) {
-    if (model == kModelDiode && IsThyristor()) CheckGate(calc, commit, changedOut);
-    else if (model == kModelStorage) CheckStorage(calc, commit, changedOut);
-    else if (model == kModelSoft) CheckSoft(calc, commit, changedOut);
+    if (model == ModelId::Diode && IsThyristor()) CheckGate(calc, commit, changedOut);
+    else if (model == ModelId::Storage) CheckStorage(calc, commit, changedOut);
+    else if (model == ModelId::Soft) CheckSoft(calc, commit, changedOut);
     return true;
 }
 

@@ -12,12 +12,6 @@
 namespace qz3 {
 
 namespace {
-
-constexpr int kModelL = 14;
-constexpr int kTypeL = 31;
-constexpr int kTypeCoupled = 32;
-constexpr int kTypeVcl = 34;
-constexpr int kTypeCcl = 35;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 CParam s_ParamsL[] = {{kParamFormula, "L", "H"}, {kParamFormula, "IC", "A"}, {}};
@@ -34,24 +28,24 @@ void MakeBlank(CFormula& f) {
 }  // namespace
 
 const CModelInfo kModelsLL[] = {
-    {"L", kModelL, s_ParamsL, 0, 1, kReadVIP},
-    {"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP},
-    {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"L", ModelId::L, s_ParamsL, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsLVcl[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
-const CModelInfo kModelsLCcl[] = {{"PWL", kModelPwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
-const CModelInfo kModelsLCl[] = {{"L", kModelL, s_ParamsCoupled, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsLVcl[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
+const CModelInfo kModelsLCcl[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsLCl[] = {{"L", ModelId::L, s_ParamsCoupled, 0, 2, kReadVIP}, {}};
 
 CElemL::CElemL(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), i(kNaN), i2(kNaN) {
     MakeBlank(ic);
     MakeBlank(ic2);
-    if (type == kTypeL) pwl.SetLabels("I", "L, H", "L(I)", "H(I)");
-    else if (type == kTypeVcl) pwl.SetLabels("V", "L, H", "L(V)", "");
-    else if (type == kTypeCcl) pwl.SetLabels("A", "L, H", "L(I)", "");
+    if (type == TypeId::Inductor) pwl.SetLabels("I", "L, H", "L(I)", "H(I)");
+    else if (type == TypeId::VoltageControlledInductor) pwl.SetLabels("V", "L, H", "L(V)", "");
+    else if (type == TypeId::CurrentControlledInductor) pwl.SetLabels("A", "L, H", "L(I)", "");
 }
 
-bool CElemL::IsCoupled() const { return type == kTypeCoupled; }
+bool CElemL::IsCoupled() const { return type == TypeId::CoupledInductors; }
 
 bool CElemL::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
@@ -64,20 +58,20 @@ bool CElemL::Xml(CXmlNode* node, bool modelOnly) {
         return true;
     }
     // "l" stays with every model of "L_L", so a change of model keeps it.
-    if (type == kTypeL) node->Val("l", l);
+    if (type == TypeId::Inductor) node->Val("l", l);
     node->Val("ic", ic);
     return true;
 }
 
 CParam* CElemL::BindParams() {
     if (IsCoupled()) return qz3::BindParams(s_ParamsCoupled, {&l, &l2, &k12, &ic, &ic2});
-    if (model == kModelL) return qz3::BindParams(s_ParamsL, {&l, &ic});
-    if (model == kModelPwl) return qz3::BindParams(s_ParamsPwl, {&pwl, &ic});
+    if (model == ModelId::L) return qz3::BindParams(s_ParamsL, {&l, &ic});
+    if (model == ModelId::Pwl) return qz3::BindParams(s_ParamsPwl, {&pwl, &ic});
     return nullptr;
 }
 
 bool CElemL::CheckParams(CCalc* calc) {
-    if (model != kModelL) return true;
+    if (model != ModelId::L) return true;
     CParamCheck check(calc, this);
     if (!IsCoupled()) return check.Param(l, "L").Ok();
     check.Param(l, "L1").Fault(std::isinf(l.m_Value), "L1 : infinite");
@@ -87,23 +81,23 @@ bool CElemL::CheckParams(CCalc* calc) {
     return check.Ok();
 }
 
-double CElemL::Inductance() const { return model == kModelPwl ? pwl.Slope(state) : l.m_Value; }
+double CElemL::Inductance() const { return model == ModelId::Pwl ? pwl.Slope(state) : l.m_Value; }
 
 bool CElemL::Simulate(CCalc* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit:
             Init(calc);
-            return model == kModelPwl ? pwl.Prepare(calc) : true;
+            return model == ModelId::Pwl ? pwl.Prepare(calc) : true;
         case PhaseStore: Store(calc); return true;
         case PhaseCheckIC: return CheckIC(calc);
         case PhaseStamp: return Stamp(calc);
-        case PhasePins: SetControlledPinGroups(this, type == kTypeVcl); return true;
+        case PhasePins: SetControlledPinGroups(this, type == TypeId::VoltageControlledInductor); return true;
         default: return true;
     }
 }
 
 void CElemL::Init(CCalc* calc) {
-    if (lastModel != 0) return;
+    if (lastModel != ModelId::None) return;
     i = ic.m_Value;
     i2 = ic2.m_Value;
     state = 0;
@@ -122,7 +116,7 @@ void CElemL::Init(CCalc* calc) {
 void CElemL::Store(CCalc* calc) {
     const int k = firstBranch;
     i = calc->VecX[k];
-    if (model == kModelL && l.m_Value == 0.0) i = kNaN;
+    if (model == ModelId::L && l.m_Value == 0.0) i = kNaN;
     if (!IsCoupled()) return;
     i2 = calc->VecX[k + 1];
     if (l2.m_Value == 0.0) i2 = kNaN;
@@ -135,7 +129,7 @@ bool CElemL::Stamp(CCalc* calc) {
         StampCoupled(calc);
         return true;
     }
-    if (type == kTypeCcl) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
+    if (type == TypeId::CurrentControlledInductor) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
     StampSingle(calc, nodes[0], nodes[1], k);
     return true;
 }
@@ -202,15 +196,15 @@ bool CElemL::CheckIC(CCalc* calc) {
 }
 
 bool CElemL::CheckState(CCalc* calc, bool commit, bool* changedOut) {
-    if (model != kModelPwl) return true;
+    if (model != ModelId::Pwl) return true;
     const double* x = calc->VecX;
     const int k = firstBranch;
-    if (type == kTypeL) {
+    if (type == TypeId::Inductor) {
         *changedOut = pwl.CheckSegment(x[k], commit);
         return true;
     }
     // The flux stays across the change of inductance.
-    const double control = type == kTypeVcl ? x[nodes[3]] - x[nodes[2]] : x[k + 1];
+    const double control = type == TypeId::VoltageControlledInductor ? x[nodes[3]] - x[nodes[2]] : x[k + 1];
     FollowControlSegment(calc, this, pwl, control, commit, changedOut, x[k], i);
     return true;
 }
@@ -254,7 +248,7 @@ void CElemL::Transform(const CTransform& edit) {
         ic2.SetValue(value);
         return;
     }
-    if (model != kModelL) return;
+    if (model != ModelId::L) return;
     double factor = 0.0;
     if (edit.kind == 4 && edit.sub == 1) factor = 1 / edit.factor;
     else if (edit.kind == 4 && edit.sub == 2) factor = 1 / (edit.factor * edit.factor);

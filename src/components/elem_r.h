@@ -44,7 +44,7 @@ public:
     CPWL pwlI;          // V(I) of model "PWL-I"
 
 private:
-    bool IsType(int number) const { return type == number; }
+    bool IsType(TypeId id) const { return type == id; }
     // The table whose segment is the element's state in the present model.
     CPWL* SegmentTable();
     bool Stamp(CCalc* calc);

@@ -6,7 +6,6 @@
 namespace qz3 {
 
 namespace {
-constexpr int kTypeCcr = 49;
 }
 
 double CElemR::X(CCalc* calc, int index) { return calc->VecX[index]; }
@@ -17,20 +16,20 @@ bool CElemR::Stamp(CCalc* calc) {
     const int k = firstBranch;
     bool sound = true;
     switch (model) {
-        case kModelR:
+        case ModelId::R:
             if (r.m_Value == 0.0) calc->StampSwitch(a, b, k, true);
             else sound = calc->StampResistor(a, b, r.m_Value);
             break;
-        case kModelPotentiometer: sound = StampPotentiometer(calc); break;
-        case kModelPwlI: sound = StampPwlI(calc); break;
-        case kModelPwl:
-            if (type == 46) {
+        case ModelId::Potentiometer: sound = StampPotentiometer(calc); break;
+        case ModelId::PwlI: sound = StampPwlI(calc); break;
+        case ModelId::Pwl:
+            if (IsType(TypeId::Resistor)) {
                 // i_k = slope * (x_b - x_a) + offset, the conductance of the segment.
                 calc->StampVCCS(b, a, a, b, k, pwl.Slope(state));
                 calc->VecB[k] = -pwl.Offset(state);
                 break;
             }
-            if (type == kTypeCcr) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
+            if (type == TypeId::CurrentControlledResistor) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
             calc->StampResistorBranch(a, b, k, pwl.Slope(state));
             break;
         default: break;

@@ -10,23 +10,20 @@ namespace qz3 {
 
 namespace {
 
-constexpr int kModelOn = CSwitchBase::kModelOn;
-constexpr int kModelOff = CSwitchBase::kModelOff;
-
 }  // namespace
 
 // The second way of "S_S3" has its own unknown in every model, "Clock"
 // included, so that no way shares an unknown with another element.
 const CModelInfo kModelsSS[] = {
-    {"Off", kModelOff, nullptr, 0, 1, kReadVIP},    {"On", kModelOn, nullptr, 0, 1, kReadVIP},     {"Step", smStep, nullptr, 0, 1, kReadVIP},
-    {"Single", smSingle, nullptr, 0, 1, kReadVIP}, {"Pulse", smPulse, nullptr, 0, 1, kReadVIP},   {"Clock", smClock, nullptr, 0, 1, kReadVIP},
-    {"List", smList, nullptr, 0, 1, kReadVIP},     {"File", smFile, nullptr, 0, 1, kReadVIP},     {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Off", ModelId::Off, nullptr, 0, 1, kReadVIP},    {"On", ModelId::On, nullptr, 0, 1, kReadVIP},     {"Step", ModelId::Step, nullptr, 0, 1, kReadVIP},
+    {"Single", ModelId::Single, nullptr, 0, 1, kReadVIP}, {"Pulse", ModelId::Pulse, nullptr, 0, 1, kReadVIP},   {"Clock", ModelId::Clock, nullptr, 0, 1, kReadVIP},
+    {"List", ModelId::List, nullptr, 0, 1, kReadVIP},     {"File", ModelId::File, nullptr, 0, 1, kReadVIP},     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSS3[] = {
-    {"Off", kModelOff, nullptr, 0, 2, kReadVIP},    {"On", kModelOn, nullptr, 0, 2, kReadVIP},     {"Step", smStep, nullptr, 0, 2, kReadVIP},
-    {"Single", smSingle, nullptr, 0, 2, kReadVIP}, {"Pulse", smPulse, nullptr, 0, 2, kReadVIP},   {"Clock", smClock, nullptr, 0, 2, kReadVIP},
-    {"List", smList, nullptr, 0, 2, kReadVIP},     {"File", smFile, nullptr, 0, 2, kReadVIP},     {"SubCir", kModelSubCir, nullptr, 0, 0},
+    {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},     {"Step", ModelId::Step, nullptr, 0, 2, kReadVIP},
+    {"Single", ModelId::Single, nullptr, 0, 2, kReadVIP}, {"Pulse", ModelId::Pulse, nullptr, 0, 2, kReadVIP},   {"Clock", ModelId::Clock, nullptr, 0, 2, kReadVIP},
+    {"List", ModelId::List, nullptr, 0, 2, kReadVIP},     {"File", ModelId::File, nullptr, 0, 2, kReadVIP},     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 
@@ -57,11 +54,11 @@ bool CElemS::Simulate(CCalc* calc, int phase, double t) {
 }
 
 bool CElemS::Init(CCalc* calc, double t) {
-    if (model == kModelOn) state = 1;
-    if (model == kModelOff) state = 0;
+    if (model == ModelId::On) state = 1;
+    if (model == ModelId::Off) state = 0;
     if (!IsTimeModel(model)) return true;
     if (!StartSignal(calc, t, true)) return false;
-    if (lastModel == 0) {
+    if (lastModel == ModelId::None) {
         const std::string stored = StoredState(calc, this);
         if (!stored.empty()) signal.LoadState(stored);
     }
@@ -101,8 +98,8 @@ void CElemS::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, do
 }
 
 bool CElemS::IsOn() const {
-    if (model == kModelOn) return true;
-    const bool pulsed = model == smSingle || model == smPulse || model == smStep || model == smClock;
+    if (model == ModelId::On) return true;
+    const bool pulsed = model == ModelId::Single || model == ModelId::Pulse || model == ModelId::Step || model == ModelId::Clock;
     return pulsed && active == 0;
 }
 

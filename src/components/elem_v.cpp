@@ -11,10 +11,6 @@ namespace qz3 {
 
 namespace {
 
-constexpr int kTypeV = 62;
-constexpr int kTypeCV = 63;
-constexpr int kTypeCI = 28;
-
 template <size_t N>
 void FillRows(CParam (&rows)[N], std::initializer_list<CParam> items) {
     size_t i = 0;
@@ -58,21 +54,21 @@ CSourceTables s_Current("I", "I1", "I0", "A");
 
 // Every waveform row offers V, I and P readings, as the plain value does.
 #define QZ3_SOURCE_WAVE_ROWS(t)                                                                                  \
-    {"Step", smStep, t.step, 0, 1, kReadVIP}, {"Single", smSingle, t.single, 0, 1, kReadVIP},                  \
-        {"Pulse", smPulse, t.pulse, 0, 1, kReadVIP}, {"Clock", smClock, t.clock, 0, 1, kReadVIP},              \
-        {"Sin", smSin, t.sine, 0, 1, kReadVIP}, {"Sweep", smSweep, t.sweep, 0, 1, kReadVIP},                   \
-        {"Function", smFunction, t.function, 0, 1, kReadVIP}, {"List", smList, t.list, 0, 1, kReadVIP},        \
-        {"File", smFile, t.file, 0, 1, kReadVIP}, {"Trace", smTrace, t.trace, 0, 1, kReadVIP},                 \
-        {"SubCir", kModelSubCir, nullptr, 0, 0}
+    {"Step", ModelId::Step, t.step, 0, 1, kReadVIP}, {"Single", ModelId::Single, t.single, 0, 1, kReadVIP},                  \
+        {"Pulse", ModelId::Pulse, t.pulse, 0, 1, kReadVIP}, {"Clock", ModelId::Clock, t.clock, 0, 1, kReadVIP},              \
+        {"Sin", ModelId::Sin, t.sine, 0, 1, kReadVIP}, {"Sweep", ModelId::Sweep, t.sweep, 0, 1, kReadVIP},                   \
+        {"Function", ModelId::Function, t.function, 0, 1, kReadVIP}, {"List", ModelId::List, t.list, 0, 1, kReadVIP},        \
+        {"File", ModelId::File, t.file, 0, 1, kReadVIP}, {"Trace", ModelId::Trace, t.trace, 0, 1, kReadVIP},                 \
+        {"SubCir", ModelId::SubCir, nullptr, 0, 0}
 
-const CModelInfo kModelsVV[] = {{"V", kModelSource, s_Voltage.value, 0, 1, kReadVIP}, QZ3_SOURCE_WAVE_ROWS(s_Voltage), {}};
-const CModelInfo kModelsVCV[] = {{"V", kModelSource, s_Voltage.value, 0, 1, kReadVIP},
-                                 {"One-shot", kModelOneShot, s_Voltage.oneShot, 0, 1, kReadVIP},
+const CModelInfo kModelsVV[] = {{"V", ModelId::Source, s_Voltage.value, 0, 1, kReadVIP}, QZ3_SOURCE_WAVE_ROWS(s_Voltage), {}};
+const CModelInfo kModelsVCV[] = {{"V", ModelId::Source, s_Voltage.value, 0, 1, kReadVIP},
+                                 {"One-shot", ModelId::OneShot, s_Voltage.oneShot, 0, 1, kReadVIP},
                                  QZ3_SOURCE_WAVE_ROWS(s_Voltage),
                                  {}};
-const CModelInfo kModelsII[] = {{"I", kModelSource, s_Current.value, 0, 1, kReadVIP}, QZ3_SOURCE_WAVE_ROWS(s_Current), {}};
-const CModelInfo kModelsICI[] = {{"I", kModelSource, s_Current.value, 0, 1, kReadVIP},
-                                 {"One-shot", kModelOneShot, s_Current.oneShot, 0, 1, kReadVIP},
+const CModelInfo kModelsII[] = {{"I", ModelId::Source, s_Current.value, 0, 1, kReadVIP}, QZ3_SOURCE_WAVE_ROWS(s_Current), {}};
+const CModelInfo kModelsICI[] = {{"I", ModelId::Source, s_Current.value, 0, 1, kReadVIP},
+                                 {"One-shot", ModelId::OneShot, s_Current.oneShot, 0, 1, kReadVIP},
                                  QZ3_SOURCE_WAVE_ROWS(s_Current),
                                  {}};
 
@@ -80,13 +76,13 @@ const CModelInfo kModelsICI[] = {{"I", kModelSource, s_Current.value, 0, 1, kRea
 
 CElemV::CElemV(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), signal(this) {}
 
-bool CElemV::IsVoltage() const { return type == kTypeV || type == kTypeCV; }
-bool CElemV::IsControlled() const { return type == kTypeCV || type == kTypeCI; }
+bool CElemV::IsVoltage() const { return type == TypeId::VoltageSource || type == TypeId::LogicVoltageSource; }
+bool CElemV::IsControlled() const { return type == TypeId::LogicVoltageSource || type == TypeId::LogicCurrentSource; }
 
 bool CElemV::IsTimeModel() const {
     switch (model) {
-        case smSingle: case smPulse: case smStep: case smSin: case smFunction:
-        case smFile: case smList: case smTrace: case smClock: case smSweep: return true;
+        case ModelId::Single: case ModelId::Pulse: case ModelId::Step: case ModelId::Sin: case ModelId::Function:
+        case ModelId::File: case ModelId::List: case ModelId::Trace: case ModelId::Clock: case ModelId::Sweep: return true;
         default: return false;
     }
 }
@@ -95,7 +91,7 @@ bool CElemV::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
     // "v" is kept for every model, so a change of model doesn't lose it.
     node->Val("v", value);
-    if (model != kModelSource) signal.Xml(node);
+    if (model != ModelId::Source) signal.Xml(node);
     return true;
 }
 
@@ -103,26 +99,26 @@ CParam* CElemV::BindParams() {
     CSourceTables& t = IsVoltage() ? s_Voltage : s_Current;
     CSignal& s = signal;
     switch (model) {
-        case kModelSource: return qz3::BindParams(t.value, {&value});
-        case kModelOneShot: return qz3::BindParams(t.oneShot, {&s.m_U1, &s.m_U0, &s.m_Width});
-        case smStep: return qz3::BindParams(t.step, {&s.m_U1, &s.m_U0, &s.m_SlopeChoice, &s.m_Rise, &s.m_Delay});
-        case smSingle:
+        case ModelId::Source: return qz3::BindParams(t.value, {&value});
+        case ModelId::OneShot: return qz3::BindParams(t.oneShot, {&s.m_U1, &s.m_U0, &s.m_Width});
+        case ModelId::Step: return qz3::BindParams(t.step, {&s.m_U1, &s.m_U0, &s.m_SlopeChoice, &s.m_Rise, &s.m_Delay});
+        case ModelId::Single:
             return qz3::BindParams(t.single, {&s.m_U1, &s.m_U0, &s.m_Width, &s.m_SlopeChoice, &s.m_Rise, &s.m_Fall,
                                               &s.m_Delay});
-        case smPulse:
+        case ModelId::Pulse:
             return qz3::BindParams(t.pulse, {&s.m_U1, &s.m_U0, &s.m_Period, &s.m_Width, &s.m_SlopeChoice, &s.m_Rise,
                                              &s.m_Fall, &s.m_Delay});
-        case smClock:
+        case ModelId::Clock:
             return qz3::BindParams(t.clock, {&s.m_U1, &s.m_U0, &s.m_Period, &s.m_ClockStep, &s.m_Delay});
-        case smSin:
+        case ModelId::Sin:
             return qz3::BindParams(t.sine, {&s.m_U1, &s.m_U0, &s.m_Period, &s.m_Phase, &s.m_Decay, &s.m_Delay});
-        case smSweep:
+        case ModelId::Sweep:
             return qz3::BindParams(t.sweep,
                                    {&s.m_U1, &s.m_U0, &s.m_Width, &s.m_F0, &s.m_F1, &s.m_SweepChoice, &s.m_Delay});
-        case smFunction: return qz3::BindParams(t.function, {&s.m_Function});
-        case smList: return qz3::BindParams(t.list, {&s.m_List, &s.m_Delay, &s.m_Cycle});
-        case smFile: return qz3::BindParams(t.file, {&s.m_Cycle, &s.m_Delay, &s.m_File});
-        case smTrace: return qz3::BindParams(t.trace, {&s.m_Delay, &s.m_Trace, &s.m_Cycle});
+        case ModelId::Function: return qz3::BindParams(t.function, {&s.m_Function});
+        case ModelId::List: return qz3::BindParams(t.list, {&s.m_List, &s.m_Delay, &s.m_Cycle});
+        case ModelId::File: return qz3::BindParams(t.file, {&s.m_Cycle, &s.m_Delay, &s.m_File});
+        case ModelId::Trace: return qz3::BindParams(t.trace, {&s.m_Delay, &s.m_Trace, &s.m_Cycle});
         default: return nullptr;
     }
 }
@@ -130,13 +126,13 @@ CParam* CElemV::BindParams() {
 bool CElemV::CheckParams(CCalc* calc) {
     const char* letter = IsVoltage() ? "V" : "I";
     switch (model) {
-        case kModelSource:
+        case ModelId::Source:
             if (FormulaFault(calc, value, letter)) return false;
             if (std::isinf(value.m_Value)) return AddCmpError(calc, std::string(letter) + " = infinite");
             return true;
-        case kModelOneShot: return CheckOneShot(letter, calc);
-        case smFunction:
-        case kModelSubCir: return true;
+        case ModelId::OneShot: return CheckOneShot(letter, calc);
+        case ModelId::Function:
+        case ModelId::SubCir: return true;
         default: return signal.Check(calc);
     }
 }

@@ -29,8 +29,6 @@ extern const CModelInfo kModelsVCV[];
 extern const CModelInfo kModelsII[];
 extern const CModelInfo kModelsICI[];
 
-enum SourceModel : int { kModelSource = 16, kModelOneShot = 68 };
-
 class CElemV : public CCmp {
 public:
     explicit CElemV(const CCmpType* type);

@@ -32,7 +32,7 @@ bool CElemV::Simulate(CCalc* calc, int phase, double t) {
         case PhaseStamp: return calc->m_StampPass != 0 || Stamp(calc);
         case PhaseSources: return Sources(calc, t);
         case PhaseSample:
-            if (model == kModelOneShot) state2 = Control(calc) > 0.0 ? 1 : 0;
+            if (model == ModelId::OneShot) state2 = Control(calc) > 0.0 ? 1 : 0;
             return true;
         case PhasePins: SetPinGroups(); return true;
         default: return true;
@@ -40,7 +40,7 @@ bool CElemV::Simulate(CCalc* calc, int phase, double t) {
 }
 
 bool CElemV::Init(CCalc* calc, double t) {
-    if (model == kModelOneShot) {
+    if (model == ModelId::OneShot) {
         if (model != lastModel) {
             state = 0;
             tEnd = 0.0;
@@ -53,7 +53,7 @@ bool CElemV::Init(CCalc* calc, double t) {
     }
     // A later init of the same run (a parameter changed) keeps what the run
     // has reached; only the first one takes the stored state.
-    if (lastModel == 0) LoadStoredState(calc);
+    if (lastModel == ModelId::None) LoadStoredState(calc);
     return true;
 }
 
@@ -61,7 +61,7 @@ void CElemV::LoadStoredState(CCalc* calc) {
     if (!IsControlled()) return;
     const std::string text = StoredState(calc, this);
     if (text.empty()) return;
-    if (model == kModelOneShot) {
+    if (model == ModelId::OneShot) {
         state = KeyInt(text, "s", state);
         state2 = KeyInt(text, "i", state2);
         tEnd = KeyHex(text, "t", tEnd);
@@ -76,8 +76,8 @@ bool CElemV::Stamp(CCalc* calc) {
     // is a short circuit.
     if (IsVoltage() && (a == 0) != (b == 0) && !calc->ClaimOutput(a == 0 ? b : a, this, -1)) return false;
     if (hostDriven || IsTimeModel()) return StampInput(calc);
-    if (model == kModelSource) return StampConstant(calc, value.m_Value);
-    if (model == kModelOneShot) return StampConstant(calc, state == 1 ? signal.m_U1.m_Value : signal.m_U0.m_Value);
+    if (model == ModelId::Source) return StampConstant(calc, value.m_Value);
+    if (model == ModelId::OneShot) return StampConstant(calc, state == 1 ? signal.m_U1.m_Value : signal.m_U0.m_Value);
     return true;
 }
 
@@ -130,7 +130,7 @@ double CElemV::Control(const CCalc* calc) const { return calc->VecX[nodes[2]] - 
 
 bool CElemV::CheckState(CCalc* calc, bool commit, bool* changedOut) {
     if (IsControlled()) CheckControl(calc, commit, changedOut);
-    if (model == smClock) CheckClock(commit, changedOut);
+    if (model == ModelId::Clock) CheckClock(commit, changedOut);
     return true;
 }
 
@@ -138,7 +138,7 @@ bool CElemV::CheckState(CCalc* calc, bool commit, bool* changedOut) {
 // re-arms the edge test, it reports nothing.
 void CElemV::CheckControl(CCalc* calc, bool commit, bool* changedOut) {
     const double c = Control(calc);
-    if (model == kModelOneShot) {
+    if (model == ModelId::OneShot) {
         if (state2 == 0 && c > 0.0) {
             *changedOut = true;
             if (!commit) return;
@@ -170,9 +170,9 @@ void CElemV::CheckClock(bool commit, bool* changedOut) {
 
 void CElemV::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
     switch (model) {
-        case smSingle: case smPulse: case smStep: case smSin: case smFile: case smList: case smClock:
-        case smSweep: signal.NextEvent(calc, t, tNext, stepMax, stepMin); return;
-        case kModelOneShot:
+        case ModelId::Single: case ModelId::Pulse: case ModelId::Step: case ModelId::Sin: case ModelId::File: case ModelId::List: case ModelId::Clock:
+        case ModelId::Sweep: signal.NextEvent(calc, t, tNext, stepMax, stepMin); return;
+        case ModelId::OneShot:
             if (state != 1) return;
             if (RealCompare(tEnd, t) != 0 && tEnd > t) {
                 *tNext = tEnd;
@@ -187,14 +187,14 @@ void CElemV::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, do
 
 std::string CElemV::GetState() {
     std::string text;
-    if (IsControlled() && model == kModelOneShot) {
+    if (IsControlled() && model == ModelId::OneShot) {
         AddKeyInt(text, "s", state);
         AddKeyInt(text, "i", state2);
         AddKeyHex(text, "t", tEnd);
     } else if (IsControlled() && IsTimeModel()) {
         signal.SaveState(text);
     }
-    if (model != kModelSource) AddKeyHex(text, "t", lastSourceTime);
+    if (model != ModelId::Source) AddKeyHex(text, "t", lastSourceTime);
     return text;
 }
 
@@ -202,7 +202,7 @@ std::string CElemV::GetState() {
 // that starts again at 0 finds the waveform where the old run left it.
 std::string CElemV::SaveIC(std::string& out, int index, bool apply) {
     out.clear();
-    if (!IsTimeModel() || model == smFunction) return out;
+    if (!IsTimeModel() || model == ModelId::Function) return out;
     const std::string text = StateForIC(this, index, index <= 0 ? GetState() : std::string());
     if (text.empty()) return out;
     const double t = LastKeyHex(text, "t", std::nan(""));

@@ -8,11 +8,6 @@ namespace qz3 {
 
 namespace {
 
-constexpr int kTypeS3 = 51;
-constexpr int kTypeVcs3 = 54;
-constexpr int kTypeCcs3 = 55;
-constexpr int kTypeLcs3 = 57;
-
 CParam s_ParamsStep[] = {{kParamFormula, "Delay", "s"}, {kParamOnOff, "Active"}, {}};
 CParam s_ParamsSingle[] = {{kParamFormula, "Width", "s"}, {kParamFormula, "Delay", "s"}, {kParamOnOff, "Active"}, {}};
 CParam s_ParamsPulse[] = {{kParamFormula, "Period", "s"},
@@ -32,20 +27,20 @@ CParam s_ParamsFile[] = {{kParamFile, "File"}, {kParamYesNo, "Cycle"}, {kParamFo
 
 CSwitchBase::CSwitchBase(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), signal(this) {}
 
-bool CSwitchBase::IsTimeModel(int number) {
-    return number == smStep || number == smSingle || number == smPulse || number == smClock || number == smList ||
-           number == smFile;
+bool CSwitchBase::IsTimeModel(ModelId number) {
+    return number == ModelId::Step || number == ModelId::Single || number == ModelId::Pulse || number == ModelId::Clock || number == ModelId::List ||
+           number == ModelId::File;
 }
 
 CParam* CSwitchBase::BindTimeParams() {
     CSignal& s = signal;
     switch (model) {
-        case smStep: return qz3::BindParams(s_ParamsStep, {&s.m_Delay, &active});
-        case smSingle: return qz3::BindParams(s_ParamsSingle, {&s.m_Width, &s.m_Delay, &active});
-        case smPulse: return qz3::BindParams(s_ParamsPulse, {&s.m_Period, &s.m_Width, &s.m_Delay, &active});
-        case smClock: return qz3::BindParams(s_ParamsClock, {&s.m_Period, &s.m_ClockStep, &s.m_Delay, &active});
-        case smList: return qz3::BindParams(s_ParamsList, {&s.m_List, &cycle, &s.m_Delay});
-        case smFile: return qz3::BindParams(s_ParamsFile, {&s.m_File, &cycle, &s.m_Delay});
+        case ModelId::Step: return qz3::BindParams(s_ParamsStep, {&s.m_Delay, &active});
+        case ModelId::Single: return qz3::BindParams(s_ParamsSingle, {&s.m_Width, &s.m_Delay, &active});
+        case ModelId::Pulse: return qz3::BindParams(s_ParamsPulse, {&s.m_Period, &s.m_Width, &s.m_Delay, &active});
+        case ModelId::Clock: return qz3::BindParams(s_ParamsClock, {&s.m_Period, &s.m_ClockStep, &s.m_Delay, &active});
+        case ModelId::List: return qz3::BindParams(s_ParamsList, {&s.m_List, &cycle, &s.m_Delay});
+        case ModelId::File: return qz3::BindParams(s_ParamsFile, {&s.m_File, &cycle, &s.m_Delay});
         default: return nullptr;
     }
 }
@@ -74,15 +69,15 @@ int CSwitchBase::SignalPosition() const {
 
 int CSwitchBase::SecondContact() const {
     switch (type) {
-        case kTypeS3: return 2;
-        case kTypeLcs3: return 3;
-        case kTypeVcs3:
-        case kTypeCcs3: return 4;
+        case TypeId::SwitchSpdt: return 2;
+        case TypeId::LogicControlledSpdt: return 3;
+        case TypeId::VoltageControlledSpdt:
+        case TypeId::CurrentControlledSpdt: return 4;
         default: return -1;
     }
 }
 
-int CSwitchBase::SecondBranch() const { return type == kTypeCcs3 ? 2 : 1; }
+int CSwitchBase::SecondBranch() const { return type == TypeId::CurrentControlledSpdt ? 2 : 1; }
 
 void CSwitchBase::StampContacts(CCalc* calc, int p) {
     const int common = nodes[1];
@@ -92,7 +87,7 @@ void CSwitchBase::StampContacts(CCalc* calc, int p) {
 }
 
 void CSwitchBase::CheckClock(bool commit, bool* changedOut) {
-    if (model != smClock || !signal.ClockPending()) return;
+    if (model != ModelId::Clock || !signal.ClockPending()) return;
     *changedOut = true;
     if (commit) signal.ClockClose();
 }

@@ -17,14 +17,7 @@ class CSwitchBase : public CCmp {
 public:
     explicit CSwitchBase(const CCmpType* type);
 
-    // Model numbers the switches test.
-    static constexpr int kModelSwitch = 17;
-    static constexpr int kModelOneShot = 68;
-    static constexpr int kModelSteps = 69;
-    static constexpr int kModelOn = 70;
-    static constexpr int kModelOff = 71;
-
-    static bool IsTimeModel(int model);
+    static bool IsTimeModel(ModelId model);
 
     int32_t active = 1;  // Active: "Off" inverts the position
     CSignal signal;

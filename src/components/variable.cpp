@@ -8,7 +8,7 @@ namespace {
 CParam s_ParamsVariable[] = {{kParamFormula, "Value", ""}, {}};
 }
 
-const CModelInfo kModelsVariable[] = {{"Var", kModelVar, s_ParamsVariable, 0, 0}, {}};
+const CModelInfo kModelsVariable[] = {{"Var", ModelId::Var, s_ParamsVariable, 0, 0}, {}};
 
 bool CVariable::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);

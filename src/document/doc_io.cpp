@@ -7,20 +7,20 @@
 namespace qz3 {
 
 bool CanBeInput(const CCmp& cmp) {
-    return cmp.type == kTypeLabel || cmp.type == kTypeCurrentSource || cmp.type == kTypeVoltageSource;
+    return cmp.type == TypeId::Label || cmp.type == TypeId::CurrentSource || cmp.type == TypeId::VoltageSource;
 }
 
 bool PointOutputAt(CCmp& cmp, COutputRecord& record) {
     switch (cmp.type) {
-        case kTypeLabel:  // its node against ground
+        case TypeId::Label:  // its node against ground
             record.high = &cmp.nodes[0];
             record.low = nullptr;
             return true;
-        case kTypeAmmeter:  // its current is a branch unknown itself
+        case TypeId::Amperemeter:  // its current is a branch unknown itself
             record.high = &cmp.firstBranch;
             record.low = nullptr;
             return true;
-        case kTypeVoltmeter:  // pin 1 minus pin 0, like any two-pin element
+        case TypeId::Voltmeter:  // pin 1 minus pin 0, like any two-pin element
             record.high = &cmp.nodes[1];
             record.low = &cmp.nodes[0];
             return true;

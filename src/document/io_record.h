@@ -5,6 +5,8 @@
 // the records; none is removed before the document closes.
 #pragma once
 
+#include "base/type_ids.h"
+
 namespace qz3 {
 
 class CCmp;
@@ -20,13 +22,6 @@ struct COutputRecord {
     const int* low = nullptr;   // null: the value is against ground
     const int* high = nullptr;
 };
-
-// Component types that may be driven by the host or read by it.
-constexpr int kTypeLabel = 5;
-constexpr int kTypeAmmeter = 6;
-constexpr int kTypeCurrentSource = 27;
-constexpr int kTypeVoltageSource = 62;
-constexpr int kTypeVoltmeter = 66;
 
 bool CanBeInput(const CCmp& cmp);
 // Points the record at the component's unknowns by its type; false for a

@@ -17,7 +17,7 @@ namespace qz3 {
 
 namespace {
 
-bool Simulated(const CCmp* cmp) { return cmp->model != kModelSubCir; }
+bool Simulated(const CCmp* cmp) { return cmp->model != ModelId::SubCir; }
 
 // The code that marks a silent failure of a state's routine; none for 7.
 const char* StateCode(int state) {

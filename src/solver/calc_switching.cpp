@@ -18,7 +18,7 @@ namespace qz3 {
 
 namespace {
 
-bool Simulated(const CCmp* cmp) { return cmp->model != kModelSubCir; }
+bool Simulated(const CCmp* cmp) { return cmp->model != ModelId::SubCir; }
 
 // The rounding is coarsened tenfold per round until it reaches this.
 constexpr double kZeroLimit = 3e-8;
@@ -27,7 +27,6 @@ constexpr int kMaxZeroRounds = 20;
 // An "unlimited" attempt still ends here, so that no circuit holds the
 // caller for ever when the time-out is off.
 constexpr int kUnlimitedIterations = 1000;
-constexpr int kModelThyristor = 15;
 
 enum SwitchResult { kFound = 0, kSolveFailed = 1, kNoMemory = 2, kTerminated = 3, kTimeOut = 4,
                     kPaused = 5, kNoSolution = 6, kFoundInfinite = 7, kGoOn = 8 };
@@ -54,7 +53,7 @@ int CCalc::SolveSwitching(bool euler) {
             r = TrySwitching(euler, 1, pass);
             m_FirstOnly = false;
             if (EndsSearch(r)) break;
-            if (m_Trigger && m_Trigger->model == kModelThyristor) {
+            if (m_Trigger && m_Trigger->CanSoftOpen()) {
                 CCmp* trigger = m_Trigger;
                 trigger->softOpen = true;
                 r = TrySwitching(euler, 2, pass);

@@ -18,7 +18,7 @@ namespace qz3 {
 
 namespace {
 
-bool Simulated(const CCmp* cmp) { return cmp->model != kModelSubCir; }
+bool Simulated(const CCmp* cmp) { return cmp->model != ModelId::SubCir; }
 
 // Node ids of a subcircuit level are moved above all ids given out so far,
 // so that levels don't collide; 0 stays ground, negative stays unconnected.
@@ -56,13 +56,13 @@ bool CCalc::PrepareCmpList(CCmps* list) {
             cmp->pwl.Reset();
             cmp->Simulate(this, PhaseReset, m_Time);
         }
-        if (cmp->model == kModelSubCir) {
+        if (cmp->model == ModelId::SubCir) {
             // Flattening of subcircuits joins the library with the hierarchy.
             CmpError(cmp, "subcircuits not available in this build");
             CodeError("1025");
             return false;
         }
-        if (cmp->model == kModelPwl && !cmp->pwl.Prepare(this)) {
+        if (cmp->model == ModelId::Pwl && !cmp->pwl.Prepare(this)) {
             CodeError("1026");
             return false;
         }
@@ -175,7 +175,7 @@ void CCalc::LoadRunSettings() {
         m_AcStep = tran.m_Step;
     }
     if (!m_Doc->m_Cmps) return;
-    for (int i = 0; i < m_Doc->m_Cmps->Count(); ++i) m_Doc->m_Cmps->At(i)->lastModel = 0;
+    for (int i = 0; i < m_Doc->m_Cmps->Count(); ++i) m_Doc->m_Cmps->At(i)->lastModel = ModelId::None;
 }
 
 void CCalc::ReportMemory(int64_t delta) { CountRunMemory(m_Doc, m_Transient, delta); }

@@ -61,19 +61,19 @@ void CSignal::SyncNumbers() {
     m_SweepType = m_SweepChoice.Index;
 }
 
-bool CSignal::Prepare(int model, const CSignalContext& context, std::string& error) {
+bool CSignal::Prepare(ModelId model, const CSignalContext& context, std::string& error) {
     m_Running = false;
     m_Model = model;
     SyncNumbers();
-    if (m_Model == smSingle || m_Model == smPulse) {
-        if (std::isinf(m_Num.period)) m_Model = smSingle;
-        if (std::isinf(m_Num.width)) m_Model = smStep;
+    if (m_Model == ModelId::Single || m_Model == ModelId::Pulse) {
+        if (std::isinf(m_Num.period)) m_Model = ModelId::Single;
+        if (std::isinf(m_Num.width)) m_Model = ModelId::Step;
     }
     try {
         switch (m_Model) {
-        case smList: return PrepareList(context, error);
-        case smFile: return PrepareFile(context, error);
-        case smTrace: return PrepareTrace(context, error);
+        case ModelId::List: return PrepareList(context, error);
+        case ModelId::File: return PrepareFile(context, error);
+        case ModelId::Trace: return PrepareTrace(context, error);
         default: return true;
         }
     } catch (const std::bad_alloc&) {
@@ -144,7 +144,7 @@ void CSignal::Start(double t, bool run) {
 
 bool CSignal::ValueAt(double t, double& value, std::string& error, double probeStep) {
     SyncNumbers();
-    if (m_Model != smFunction) {
+    if (m_Model != ModelId::Function) {
         value = WaveValue(t);
         return true;
     }
@@ -173,7 +173,7 @@ void CSignal::NextEvent(double t, double maxStep, double* tNext, double* stepMax
 }
 
 void CSignal::Shift(double x) {
-    if (m_Model == smFunction) return;
+    if (m_Model == ModelId::Function) return;
     SyncNumbers();
     ShiftDelay(x);
     // The delay now stands by itself, whatever formula gave it.

@@ -50,9 +50,9 @@ public:
     bool Xml(CXmlNode* node);
     // One line "name : text" per fault; letter is the first letter of the
     // owner's type name ("V", "I", ...). False if there was any.
-    bool CheckLines(int model, const std::string& fullName, char letter, std::string& out) const;
+    bool CheckLines(ModelId model, const std::string& fullName, char letter, std::string& out) const;
     // Loads tables and fixes the working model. False with the message.
-    bool Prepare(int model, const CSignalContext& context, std::string& error);
+    bool Prepare(ModelId model, const CSignalContext& context, std::string& error);
     void Start(double t, bool run);
     // The value at absolute time t. "Function" evaluates through m_FunctionEval,
     // and with probeStep above 0 once more at x + probeStep, so that a formula

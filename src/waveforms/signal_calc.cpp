@@ -54,7 +54,7 @@ bool CSignal::Prepare(CCalc* calc) {
     if (doc) context.findFile = [doc](const std::string& name) { return doc->FindFile(name, ""); };
     else context.findFile = [](const std::string& name) { return FileExists(name) ? name : std::string(); };
     context.attachment = m_Owner->attachment;
-    if (m_Owner->model == smTrace) {
+    if (m_Owner->model == ModelId::Trace) {
         bool found = false;
         SignalTraceFinder finder = GetSignalTraceFinder();
         const CData* data = finder ? finder(doc, m_Trace, !calc || calc->m_Transient, &found) : nullptr;
@@ -62,7 +62,7 @@ bool CSignal::Prepare(CCalc* calc) {
         context.samples = m_TraceSamples.get();
         context.traceFound = found;
     }
-    if (m_Owner->model == smFunction) {
+    if (m_Owner->model == ModelId::Function) {
         // The entry of "t" is made once; its value block stays put, so the
         // evaluation at each step only writes the number.
         CVarEntry* entry = m_Vars.Find("t");

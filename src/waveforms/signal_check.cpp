@@ -57,7 +57,7 @@ struct Checker {
 
 }  // namespace
 
-bool CSignal::CheckLines(int model, const std::string& fullName, char letter, std::string& out) const {
+bool CSignal::CheckLines(ModelId model, const std::string& fullName, char letter, std::string& out) const {
     Checker check{fullName, out};
     const std::string level(1, letter);
     auto levels = [&] {
@@ -71,39 +71,39 @@ bool CSignal::CheckLines(int model, const std::string& fullName, char letter, st
         check.Param(m_Delay, "Delay", {});
     };
     switch (model) {
-    case smSingle:
+    case ModelId::Single:
         levels();
         pulseShape();
         break;
-    case smPulse:
+    case ModelId::Pulse:
         levels();
         check.Param(m_Period, "Period", {tNotPositive});
         pulseShape();
         break;
-    case smStep:
+    case ModelId::Step:
         levels();
         check.Param(m_Rise, "Rise", {tInfiniteWord, tNegative});
         check.Param(m_Delay, "Delay", {});
         break;
-    case smSin:
+    case ModelId::Sin:
         levels();
         check.Param(m_Period, "Period", {tInfiniteWord, tNotPositive});
         check.Param(m_Delay, "Delay", {});
         check.Param(m_Phase, "Phase", {tInfiniteBlank});
         check.Param(m_Decay, "Decay", {tNegative, tInfiniteBlank});
         break;
-    case smFile:
-    case smList:
-    case smTrace:
+    case ModelId::File:
+    case ModelId::List:
+    case ModelId::Trace:
         check.Param(m_Delay, "Delay", {});
         break;
-    case smClock:
+    case ModelId::Clock:
         levels();
         check.Param(m_Period, "Period", {tNotPositive});
         check.Param(m_Delay, "Delay", {});
         check.Param(m_ClockStep, "Step", {tNegative});
         break;
-    case smSweep:
+    case ModelId::Sweep:
         levels();
         check.Param(m_Width, "Width", {tInfiniteWord, tNotPositive});
         check.Param(m_F0, "F0", {tInfiniteWord, tNegative});

@@ -40,7 +40,7 @@ void CSignalWave::StartPulse(double x) {
     m_Base = d;
     if (d >= x) return;
     double e = x - d;
-    if (m_Model == smPulse && std::isfinite(p) && p > 0.0) {
+    if (m_Model == ModelId::Pulse && std::isfinite(p) && p > 0.0) {
         e = std::fmod(e, p);
         if (TimeReached(e, p)) e = 0.0;
         m_Base = x - e;
@@ -100,7 +100,7 @@ double CSignalWave::PulseValue(double e) {
 double CSignalWave::PulseExpValue(double e) const {
     const double u0 = m_Num.u0, u1 = m_Num.u1;
     const double r = m_Num.rise, w = m_Num.width, f = m_Num.fall, p = m_Num.period;
-    const bool single = m_Model == smSingle;
+    const bool single = m_Model == ModelId::Single;
     const bool upToWidth = single ? (e < w || TimeReached(w, e)) : e <= w;
     if (upToWidth) {
         if (!(r > 0.0) || !(w > 0.0)) return u1;

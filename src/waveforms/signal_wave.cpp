@@ -18,15 +18,15 @@ void CSignalWave::StartWave(double t, bool run) {
     m_LastTime = x;
     if (std::isinf(m_Num.delay)) return;
     switch (m_Model) {
-    case smSingle:
-    case smPulse: StartPulse(x); break;
-    case smStep: StartStep(x); break;
-    case smSin: StartSin(x); break;
-    case smFile:
-    case smList: StartTable(x); break;
-    case smTrace: StartTrace(); break;
-    case smClock: StartClock(x); break;
-    case smSweep: StartSweep(x); break;
+    case ModelId::Single:
+    case ModelId::Pulse: StartPulse(x); break;
+    case ModelId::Step: StartStep(x); break;
+    case ModelId::Sin: StartSin(x); break;
+    case ModelId::File:
+    case ModelId::List: StartTable(x); break;
+    case ModelId::Trace: StartTrace(); break;
+    case ModelId::Clock: StartClock(x); break;
+    case ModelId::Sweep: StartSweep(x); break;
     default: break;
     }
 }
@@ -41,18 +41,18 @@ double CSignalWave::WaveValue(double t) {
     const double e = x - m_Base;
     double v = m_Num.u0;
     switch (m_Model) {
-    case smSingle:
-    case smPulse:
+    case ModelId::Single:
+    case ModelId::Pulse:
         if (m_Running && m_Stage != sgBefore) v = m_Slope == ssExp ? PulseExpValue(e) : PulseValue(e);
         break;
-    case smStep: v = StepValue(x, e); break;
-    case smSin: return SinValue(x);  // keeps its own m_LastTime
-    case smFunction: v = 0.0; break;
-    case smFile:
-    case smList: v = TableValue(x); break;
-    case smTrace: v = TraceValue(x); break;
-    case smClock: v = (m_Running && m_Stage == sgTop) ? m_Num.u1 : m_Num.u0; break;
-    case smSweep: v = SweepValue(x); break;
+    case ModelId::Step: v = StepValue(x, e); break;
+    case ModelId::Sin: return SinValue(x);  // keeps its own m_LastTime
+    case ModelId::Function: v = 0.0; break;
+    case ModelId::File:
+    case ModelId::List: v = TableValue(x); break;
+    case ModelId::Trace: v = TraceValue(x); break;
+    case ModelId::Clock: v = (m_Running && m_Stage == sgTop) ? m_Num.u1 : m_Num.u0; break;
+    case ModelId::Sweep: v = SweepValue(x); break;
     default: break;
     }
     m_LastTime = x;
@@ -64,14 +64,14 @@ CSignalEvent CSignalWave::WaveEvent(double t, double maxStep) {
     if (!m_Running || std::isinf(m_Num.delay)) return ev;
     const double x = t - m_Shift;
     switch (m_Model) {
-    case smSingle: SinglePulseEvent(x, ev); break;
-    case smPulse: PulseEvent(x, ev); break;
-    case smStep: StepEvent(x, ev); break;
-    case smSin: SinEvent(x, ev); break;
-    case smFile:
-    case smList: TableEvent(t, x, ev); break;
-    case smClock: ClockEvent(x, ev); break;
-    case smSweep: SweepEvent(x, maxStep, ev); break;
+    case ModelId::Single: SinglePulseEvent(x, ev); break;
+    case ModelId::Pulse: PulseEvent(x, ev); break;
+    case ModelId::Step: StepEvent(x, ev); break;
+    case ModelId::Sin: SinEvent(x, ev); break;
+    case ModelId::File:
+    case ModelId::List: TableEvent(t, x, ev); break;
+    case ModelId::Clock: ClockEvent(x, ev); break;
+    case ModelId::Sweep: SweepEvent(x, maxStep, ev); break;
     default: break;
     }
     // A corner at or behind the present time, or a step that isn't positive,
@@ -85,7 +85,7 @@ CSignalEvent CSignalWave::WaveEvent(double t, double maxStep) {
 
 bool CSignalWave::IsHigh() const {
     if (!m_Running) return false;
-    if (m_Model == smFile || m_Model == smList) {
+    if (m_Model == ModelId::File || m_Model == ModelId::List) {
         if (m_Count < 1 || m_Index < 0) return false;
         if (m_Count == 1) return TableY(0) > 0.0;
         return TableY(std::min(m_Index, m_Count - 1)) > 0.0;
@@ -100,8 +100,8 @@ void CSignalWave::ClockClose() {
 void CSignalWave::ShiftDelay(double x) {
     double& d = m_Num.delay;
     const double p = m_Num.period;
-    const bool periodic = m_Model == smPulse || m_Model == smSin || m_Model == smClock;
-    if (m_Model == smFunction) return;
+    const bool periodic = m_Model == ModelId::Pulse || m_Model == ModelId::Sin || m_Model == ModelId::Clock;
+    if (m_Model == ModelId::Function) return;
     if (!periodic || d > x || !(std::isfinite(p) && p > 0.0)) {
         d -= x;
         return;

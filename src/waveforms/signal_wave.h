@@ -15,21 +15,9 @@
 #include <cstdint>
 #include <vector>
 
-namespace qz3 {
+#include "base/type_ids.h"
 
-// Model numbers of the time generators.
-enum SignalModel : int {
-    smSingle = 3,
-    smPulse = 4,
-    smStep = 5,
-    smSin = 6,
-    smFunction = 7,
-    smFile = 8,
-    smList = 9,
-    smTrace = 54,
-    smClock = 62,
-    smSweep = 73,
-};
+namespace qz3 {
 
 enum SignalSlope : int { ssLinear = 0, ssCos = 1, ssExp = 2 };
 enum SweepKind : int { swLinear = 0, swExp = 1 };
@@ -108,7 +96,7 @@ public:
     void SetTable(const std::vector<double>& pairs);
     void ClearTable();
 
-    int m_Model = smPulse;
+    ModelId m_Model = ModelId::Pulse;
     CSignalNumbers m_Num;
     int32_t m_Slope = ssLinear;
     int32_t m_Cycle = 0;  // "Yes"/"No" as a parameter row sees it

@@ -69,7 +69,7 @@ TEST(Cmps, LoaderReportsUnknownTypesModelsAndEmptyNames) {
     ASSERT_EQ(list.Count(), 2);
     CCmp* r1 = list.Find("r1");
     ASSERT_NE(r1, nullptr);
-    EXPECT_EQ(r1->model, kModelR);  // falls back to the first row
+    EXPECT_EQ(r1->model, ModelId::R);  // falls back to the first row
     EXPECT_NE(list.Find("???"), nullptr);
     EXPECT_FALSE(list.Load(nullptr));
 
@@ -183,21 +183,21 @@ TEST(ElemSet, TheTableHoldsAllTypesInOrder) {
     EXPECT_STREQ(set.At(97)->typeName, "Z_Z");
     bool seen[104] = {};
     for (int i = 0; i < set.Count(); ++i) {
-        const int number = set.At(i)->type;
+        const int number = static_cast<int>(set.At(i)->type);
         ASSERT_GE(number, 6);
         ASSERT_LE(number, 103);
         EXPECT_FALSE(seen[number]) << set.At(i)->typeName;
         seen[number] = true;
     }
-    EXPECT_EQ(set.FindType("label")->type, 5);
-    EXPECT_EQ(set.FindType("var")->type, 4);
+    EXPECT_EQ(set.FindType("label")->type, TypeId::Label);
+    EXPECT_EQ(set.FindType("var")->type, TypeId::Variable);
     EXPECT_EQ(set.Create("NOPE", nullptr), nullptr);
     CCmps owner(nullptr);
     CCmp* pot = set.Create("R_Pot", &owner);
     ASSERT_NE(pot, nullptr);
     EXPECT_EQ(pot->owner, &owner);
     EXPECT_EQ(pot->pinCount, 3);
-    EXPECT_EQ(pot->model, kModelPotentiometer);
+    EXPECT_EQ(pot->model, ModelId::Potentiometer);
     delete pot;
 }
 

@@ -71,7 +71,7 @@ TEST(ElemC, TypesModelsPinsAndBranches) {
         if (c->pinCount == 4) EXPECT_EQ(c->PinKind(2), row.pinKind2) << row.type;
     }
     auto c = MakeC("C_C");
-    EXPECT_EQ(c->model, kModelC);
+    EXPECT_EQ(c->model, ModelId::C);
     EXPECT_EQ(c->c.m_Value, 1.0);
     EXPECT_TRUE(std::isnan(c->ic.m_Value));
     EXPECT_TRUE(std::isnan(c->v));
@@ -219,7 +219,7 @@ TEST(ElemC, ControlledCapacitorKeepsItsChargeAcrossSegments) {
     Bench b("C_VCC");
     std::string error;
     b.c->pwl.m_Text = "1e-6, 2, 2e-6";  // 1 uF below 2 V of control, 2 uF above
-    b.c->model = kModelPwl;
+    b.c->model = ModelId::Pwl;
     ASSERT_TRUE(b.c->pwl.Prepare(error)) << error;
     b.c->state = 0;
     const int before = b.c->state;

@@ -66,7 +66,7 @@ TEST(ElemL, FileKeysAndBlankICsSurviveSaving) {
     single->l.SetValue(3e-3);
     single->pwl.m_Text = "1e-3, 1, 2e-3";
     auto back = RoundTrip(single.get());
-    EXPECT_EQ(back->model, kModelPwl);
+    EXPECT_EQ(back->model, ModelId::Pwl);
     EXPECT_EQ(back->pwl.m_Text, "1e-3, 1, 2e-3");
     EXPECT_DOUBLE_EQ(back->l.m_Value, 3e-3);  // kept for a return to model "L"
     EXPECT_EQ(back->BindParams()[1].Name, std::string("IC"));

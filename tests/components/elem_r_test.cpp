@@ -150,14 +150,14 @@ TEST(ElemR, FileKeysSurviveAChangeOfModel) {
     node.AddRaw("node0", "3");
     auto r = MakeR("R_R");
     r->Xml(&node, false);
-    EXPECT_EQ(r->model, kModelPwlI);
+    EXPECT_EQ(r->model, ModelId::PwlI);
     EXPECT_EQ(r->r.m_Value, 2200.0);
     EXPECT_EQ(r->pwlI.m_Text, "1, 2, 3");
     EXPECT_EQ(r->nodes[0], 3);
     EXPECT_EQ(r->BindParams()[0].Data, &r->pwlI);  // "pwl" of this model is the V(I) table
 
     CXmlNode out("Cmp");
-    r->model = kModelR;
+    r->model = ModelId::R;
     r->Xml(&out, false);
     EXPECT_EQ(out.GetRaw("model", ""), "R");
     EXPECT_EQ(out.GetRaw("r", ""), "2.2e+3");

@@ -172,7 +172,7 @@ TEST(ElemS, SpdtContacts) {
     for (int position : {0, 1}) {
         ElemNet net(5, 3);
         auto s = MakeElem<CElemCS>("S_VCS3", "On");
-        if (position == 0) s->model = CSwitchBase::kModelOff;
+        if (position == 0) s->model = ModelId::Off;
         net.Wire(s.get(), {1, 2, 4, 5, 3}, net.Branch(1));
         ASSERT_TRUE(s->Simulate(&net.calc, PhaseInit, 0.0));
         net.sources = [&](CCalc& c) {

@@ -69,11 +69,11 @@ TEST(ElemV, ModelTablesOfTheFourTypes) {
         std::string names;
         for (const CModelInfo* m = v->typeInfo->models; m->name; ++m) {
             names += std::string(m->name) + " ";
-            EXPECT_EQ(m->branches, m->model == kModelSubCir ? 0 : 1) << m->name;
+            EXPECT_EQ(m->branches, m->model == ModelId::SubCir ? 0 : 1) << m->name;
         }
         EXPECT_EQ(names, row.models);
         EXPECT_EQ(v->pinCount, row.pins);
-        EXPECT_EQ(v->model, kModelSource);  // row 0 is the default
+        EXPECT_EQ(v->model, ModelId::Source);  // row 0 is the default
         EXPECT_EQ(v->value.m_Value, 10.0);
     }
     const struct {
@@ -197,7 +197,7 @@ TEST(ElemV, FileKeysOfEveryModelSurviveARoundTrip) {
         v->Xml(&in, false);
         EXPECT_EQ(v->model, m->model);
         EXPECT_EQ(v->value.m_Value, 3.3);
-        const bool readsSignal = m->model != kModelSource;
+        const bool readsSignal = m->model != ModelId::Source;
         EXPECT_EQ(v->signal.m_U1.m_Value, readsSignal ? 5.0 : 10.0) << m->name;
         EXPECT_EQ(v->signal.m_Cycle, readsSignal ? 1 : 0) << m->name;
         EXPECT_EQ(v->signal.m_Delay.m_Text, readsSignal ? "=T0*2" : "") << m->name;

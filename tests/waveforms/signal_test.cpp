@@ -32,27 +32,27 @@ CSignalContext Numbers() {
 }
 
 TEST(Signal, CheckMessagesAreExact) {
-    struct Row { int model; void (*setup)(CSignal&); const char* lines; };
+    struct Row { ModelId model; void (*setup)(CSignal&); const char* lines; };
     const Row rows[] = {
-        {smPulse, [](CSignal& s) { s.m_U1.m_Value = INFINITY; s.m_U0.m_Error = true; },
+        {ModelId::Pulse, [](CSignal& s) { s.m_U1.m_Value = INFINITY; s.m_U0.m_Error = true; },
          "V1 : V1 : infinite\nV1 : V0 : formula error\n"},
-        {smPulse, [](CSignal& s) { s.m_Period.m_Value = 0; s.m_Width.m_Value = -1; },
+        {ModelId::Pulse, [](CSignal& s) { s.m_Period.m_Value = 0; s.m_Width.m_Value = -1; },
          "V1 : Period <= 0\nV1 : Width < 0\n"},
-        {smSingle, [](CSignal& s) { s.m_Rise.m_Value = INFINITY; s.m_Fall.m_Value = -1; s.m_Delay.m_Error = true; },
+        {ModelId::Single, [](CSignal& s) { s.m_Rise.m_Value = INFINITY; s.m_Fall.m_Value = -1; s.m_Delay.m_Error = true; },
          "V1 : Rise = infinite\nV1 : Fall < 0\nV1 : Delay : formula error\n"},
-        {smStep, [](CSignal& s) { s.m_Rise.m_Value = -2; s.m_Width.m_Value = -1; }, "V1 : Rise < 0\n"},
-        {smSin, [](CSignal& s) { s.m_Period.m_Value = INFINITY; s.m_Phase.m_Value = INFINITY; s.m_Decay.m_Value = INFINITY; },
+        {ModelId::Step, [](CSignal& s) { s.m_Rise.m_Value = -2; s.m_Width.m_Value = -1; }, "V1 : Rise < 0\n"},
+        {ModelId::Sin, [](CSignal& s) { s.m_Period.m_Value = INFINITY; s.m_Phase.m_Value = INFINITY; s.m_Decay.m_Value = INFINITY; },
          "V1 : Period = infinite\nV1 : Phase = infinite \nV1 : Decay = infinite \n"},
-        {smSin, [](CSignal& s) { s.m_Period.m_Value = -1; s.m_Decay.m_Value = -1; s.m_Phase.m_Error = true; },
+        {ModelId::Sin, [](CSignal& s) { s.m_Period.m_Value = -1; s.m_Decay.m_Value = -1; s.m_Phase.m_Error = true; },
          "V1 : Period <= 0\nV1 : Phase : formula error\nV1 : Decay < 0\n"},
-        {smClock, [](CSignal& s) { s.m_Period.m_Value = 0; s.m_ClockStep.m_Value = -1; },
+        {ModelId::Clock, [](CSignal& s) { s.m_Period.m_Value = 0; s.m_ClockStep.m_Value = -1; },
          "V1 : Period <= 0\nV1 : Step < 0\n"},
-        {smClock, [](CSignal& s) { s.m_ClockStep.m_Error = true; }, "V1 : Step : formula error\n"},
-        {smSweep, [](CSignal& s) { s.m_Width.m_Value = 0; s.m_F0.m_Value = INFINITY; s.m_F1.m_Value = -5; },
+        {ModelId::Clock, [](CSignal& s) { s.m_ClockStep.m_Error = true; }, "V1 : Step : formula error\n"},
+        {ModelId::Sweep, [](CSignal& s) { s.m_Width.m_Value = 0; s.m_F0.m_Value = INFINITY; s.m_F1.m_Value = -5; },
          "V1 : Width <= 0\nV1 : F0 = infinite\nV1 : F1 < 0\n"},
-        {smSweep, [](CSignal& s) { s.m_Width.m_Value = INFINITY; }, "V1 : Width = infinite\n"},
-        {smList, [](CSignal& s) { s.m_Delay.m_Error = true; s.m_U1.m_Value = INFINITY; }, "V1 : Delay : formula error\n"},
-        {smFunction, [](CSignal& s) { s.m_U1.m_Value = INFINITY; }, ""},
+        {ModelId::Sweep, [](CSignal& s) { s.m_Width.m_Value = INFINITY; }, "V1 : Width = infinite\n"},
+        {ModelId::List, [](CSignal& s) { s.m_Delay.m_Error = true; s.m_U1.m_Value = INFINITY; }, "V1 : Delay : formula error\n"},
+        {ModelId::Function, [](CSignal& s) { s.m_U1.m_Value = INFINITY; }, ""},
     };
     for (const Row& row : rows) {
         CSignal signal;
@@ -60,12 +60,12 @@ TEST(Signal, CheckMessagesAreExact) {
         std::string out;
         const bool ok = signal.CheckLines(row.model, "V1", 'V', out);
         EXPECT_EQ(ok, out.empty());
-        EXPECT_EQ(out, row.lines) << row.model;
+        EXPECT_EQ(out, row.lines) << static_cast<int>(row.model);
     }
     CSignal current;
     current.m_U0.m_Value = -INFINITY;
     std::string out;
-    EXPECT_FALSE(current.CheckLines(smStep, "X1.I2", 'I', out));
+    EXPECT_FALSE(current.CheckLines(ModelId::Step, "X1.I2", 'I', out));
     EXPECT_EQ(out, "X1.I2 : I0 : infinite\n");
 }
 
@@ -73,12 +73,12 @@ TEST(Signal, PrepareChoosesTheWorkingModel) {
     CSignal signal;
     signal.m_Period.m_Value = INFINITY;
     std::string first;
-    ASSERT_TRUE(signal.Prepare(smPulse, Numbers(), first));
-    EXPECT_EQ(signal.m_Model, smSingle);
+    ASSERT_TRUE(signal.Prepare(ModelId::Pulse, Numbers(), first));
+    EXPECT_EQ(signal.m_Model, ModelId::Single);
     signal.m_Width.m_Value = INFINITY;
     std::string error;
-    ASSERT_TRUE(signal.Prepare(smPulse, Numbers(), error));
-    EXPECT_EQ(signal.m_Model, smStep);
+    ASSERT_TRUE(signal.Prepare(ModelId::Pulse, Numbers(), error));
+    EXPECT_EQ(signal.m_Model, ModelId::Step);
     EXPECT_FALSE(signal.m_Running);
 }
 
@@ -88,7 +88,7 @@ TEST(Signal, ListCyclesAndNamesItsBreakPoints) {
     signal.m_Cycle = true;
     signal.m_Delay.m_Value = 0.5;
     std::string error;
-    ASSERT_TRUE(signal.Prepare(smList, Numbers(), error)) << error;
+    ASSERT_TRUE(signal.Prepare(ModelId::List, Numbers(), error)) << error;
     ASSERT_EQ(signal.m_Count, 4);
     signal.Start(0.0, true);
     double v = 0.0;
@@ -123,7 +123,7 @@ TEST(Signal, CycledTableReadsTheEndOfTheTurnUpToTheWrap) {
     signal.m_List = "0 0, 1e-3 1, 2e-3 1, 3e-3 -0.5";
     signal.m_Cycle = true;
     std::string error;
-    ASSERT_TRUE(signal.Prepare(smList, Numbers(), error)) << error;
+    ASSERT_TRUE(signal.Prepare(ModelId::List, Numbers(), error)) << error;
     signal.Start(0.0, true);
     const double hairBefore = 6e-3 - 1e-17, hairAfter = 6e-3 + 1e-17;
     double v = 0.0;
@@ -147,7 +147,7 @@ TEST(Signal, ListEdgeCases) {
     double v = 0.0;
     CSignal single;
     single.m_List = "0,0";
-    ASSERT_TRUE(single.Prepare(smList, Numbers(), error));
+    ASSERT_TRUE(single.Prepare(ModelId::List, Numbers(), error));
     single.Start(0.0, true);
     ASSERT_TRUE(single.ValueAt(3.0, v, error));
     EXPECT_EQ(v, 0.0);
@@ -155,23 +155,23 @@ TEST(Signal, ListEdgeCases) {
 
     CSignal odd;
     odd.m_List = "0 1 2 3 4";
-    ASSERT_TRUE(odd.Prepare(smList, Numbers(), error));
+    ASSERT_TRUE(odd.Prepare(ModelId::List, Numbers(), error));
     EXPECT_EQ(odd.m_Count, 2);
 
     CSignal heading;
     heading.m_List = "t v 1 2 3 4";
-    ASSERT_TRUE(heading.Prepare(smList, Numbers(), error));
+    ASSERT_TRUE(heading.Prepare(ModelId::List, Numbers(), error));
     EXPECT_EQ(heading.m_Count, 2);
 
     CSignal bad;
     bad.m_List = "0 1 2 x";
-    EXPECT_FALSE(bad.Prepare(smList, Numbers(), error));
+    EXPECT_FALSE(bad.Prepare(ModelId::List, Numbers(), error));
     EXPECT_EQ(error, "Error: Syntax error: 'x' is invalid number");
 
     // A time going backward: the pair's own value, and no stalled events.
     CSignal back;
     back.m_List = "0 0 2 4 1 8 3 8";
-    ASSERT_TRUE(back.Prepare(smList, Numbers(), error));
+    ASSERT_TRUE(back.Prepare(ModelId::List, Numbers(), error));
     back.Start(0.0, true);
     double t = 0.0;
     for (int n = 0; n < 100 && t < 5.0; ++n) {
@@ -204,7 +204,7 @@ TEST_F(SignalFile, ReadsATableWithAHeading) {
     CSignal signal;
     signal.m_File = Write("signal_ok.txt", "time value\n0 1\n\n0.5, 3\n1 5 extra\n");
     std::string error;
-    ASSERT_TRUE(signal.Prepare(smFile, Numbers(), error)) << error;
+    ASSERT_TRUE(signal.Prepare(ModelId::File, Numbers(), error)) << error;
     ASSERT_EQ(signal.m_Count, 3);
     signal.Start(0.0, true);
     double v = 0.0;
@@ -213,7 +213,7 @@ TEST_F(SignalFile, ReadsATableWithAHeading) {
     EXPECT_EQ(signal.m_LoadedFile, signal.m_File);
     // The same name isn't read again.
     std::remove(signal.m_File.c_str());
-    EXPECT_TRUE(signal.Prepare(smFile, Numbers(), error));
+    EXPECT_TRUE(signal.Prepare(ModelId::File, Numbers(), error));
 }
 
 TEST_F(SignalFile, BadFilesGiveTheirMessages) {
@@ -227,7 +227,7 @@ TEST_F(SignalFile, BadFilesGiveTheirMessages) {
         CSignal signal;
         signal.m_File = Write("signal_bad.txt", row.content);
         std::string error;
-        EXPECT_FALSE(signal.Prepare(smFile, Numbers(), error));
+        EXPECT_FALSE(signal.Prepare(ModelId::File, Numbers(), error));
         std::string expected = row.error;
         const size_t at = expected.find("%s");
         if (at != std::string::npos) expected.replace(at, 2, signal.m_File);
@@ -237,19 +237,19 @@ TEST_F(SignalFile, BadFilesGiveTheirMessages) {
     CSignal none;
     none.m_File = "";
     std::string error;
-    EXPECT_FALSE(none.Prepare(smFile, Numbers(), error));
+    EXPECT_FALSE(none.Prepare(ModelId::File, Numbers(), error));
     EXPECT_EQ(error, "No file name");
     CSignalContext lost = Numbers();
     lost.findFile = [](const std::string&) { return std::string(); };
     none.m_File = "missing.txt";
-    EXPECT_FALSE(none.Prepare(smFile, lost, error));
+    EXPECT_FALSE(none.Prepare(ModelId::File, lost, error));
     EXPECT_EQ(error, "File not found");
     CSignalContext attached = Numbers();
     attached.attachment = "\r\n";
-    EXPECT_FALSE(none.Prepare(smFile, attached, error));
+    EXPECT_FALSE(none.Prepare(ModelId::File, attached, error));
     EXPECT_EQ(error, "Attachment is empty");
     attached.attachment = "0 0\r\n2 4\r\n";
-    ASSERT_TRUE(none.Prepare(smFile, attached, error));
+    ASSERT_TRUE(none.Prepare(ModelId::File, attached, error));
     EXPECT_EQ(none.m_Count, 2);
 }
 
@@ -265,7 +265,7 @@ TEST(Signal, FunctionOfTimeAndItsProbe) {
         return true;
     };
     std::string error;
-    ASSERT_TRUE(signal.Prepare(smFunction, Numbers(), error));
+    ASSERT_TRUE(signal.Prepare(ModelId::Function, Numbers(), error));
     double v = 1.0;
     signal.Start(0.0, false);
     ASSERT_TRUE(signal.ValueAt(0.1, v, error));
@@ -300,7 +300,7 @@ TEST(Signal, StateTextAndShift) {
     EXPECT_EQ(copy.m_Stage, sgFall);
 
     CSignal pulse;
-    pulse.m_Model = smPulse;
+    pulse.m_Model = ModelId::Pulse;
     pulse.m_Delay.m_Text = "=d0";
     pulse.m_Period.m_Value = 2.0;
     pulse.Shift(5.0);

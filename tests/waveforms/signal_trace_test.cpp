@@ -49,7 +49,7 @@ TEST(SignalTrace, TheStoredRunOfTheDocumentsTraceIsFound) {
     context.traceFound = true;
     CSignal signal;
     std::string error;
-    ASSERT_TRUE(signal.Prepare(smTrace, context, error)) << error;
+    ASSERT_TRUE(signal.Prepare(ModelId::Trace, context, error)) << error;
     signal.Start(0.0, true);
     double v = 0.0;
     ASSERT_TRUE(signal.ValueAt(0.5, v, error));

@@ -46,7 +46,7 @@ bool Lands(const Track& track, double corner) {
                        [&](double t) { return std::fabs(t - corner) <= 1e-12 * std::fabs(corner); });
 }
 
-CSignalWave Pulse(int model, double u0, double u1, double p, double w, double r, double f, double d) {
+CSignalWave Pulse(ModelId model, double u0, double u1, double p, double w, double r, double f, double d) {
     CSignalWave wave;
     wave.m_Model = model;
     wave.m_Num.u0 = u0;
@@ -71,7 +71,7 @@ double TrapezoidAt(double t, double u0, double u1, double p, double w, double r,
 
 TEST(SignalWave, PulseLandsOnEveryCornerAndFollowsTheTrapezoid) {
     const double p = 1e-3, w = 0.4e-3, r = 0.1e-3, f = 0.2e-3, d = 0.25e-3;
-    CSignalWave wave = Pulse(smPulse, -1.0, 5.0, p, w, r, f, d);
+    CSignalWave wave = Pulse(ModelId::Pulse, -1.0, 5.0, p, w, r, f, d);
     const Track track = Drive(wave, 5e-3, 1e-4);
     ASSERT_FALSE(track.stalled);
     for (int k = 0; k < 4; ++k)
@@ -81,7 +81,7 @@ TEST(SignalWave, PulseLandsOnEveryCornerAndFollowsTheTrapezoid) {
 }
 
 TEST(SignalWave, SharpPulseJumpsAtDelayAndWidth) {
-    CSignalWave wave = Pulse(smPulse, 0.0, 1.0, 1.0, 0.3, 0.0, 0.0, 0.1);
+    CSignalWave wave = Pulse(ModelId::Pulse, 0.0, 1.0, 1.0, 0.3, 0.0, 0.0, 0.1);
     const Track track = Drive(wave, 2.5, 0.07);
     ASSERT_FALSE(track.stalled);
     for (double corner : {0.1, 0.4, 1.1, 1.4, 2.1, 2.4}) EXPECT_TRUE(Lands(track, corner)) << corner;
@@ -99,7 +99,7 @@ TEST(SignalWave, SharpPulseJumpsAtDelayAndWidth) {
     }
     // Landed a hair before or exactly on the falling corner, the top still
     // holds; a time past it (a step that overran the corner) is low.
-    CSignalWave top = Pulse(smPulse, 0.0, 1.0, 1.0, 0.3, 0.0, 0.0, 0.1);
+    CSignalWave top = Pulse(ModelId::Pulse, 0.0, 1.0, 1.0, 0.3, 0.0, 0.0, 0.1);
     top.StartWave(0.2, true);
     for (const double t : {0.4 - 1e-16, 0.4, 0.4 + 1e-17}) EXPECT_EQ(top.WaveValue(t), 1.0) << t;
     EXPECT_EQ(top.WaveValue(0.4 + 1e-9), 0.0);
@@ -120,7 +120,7 @@ TEST(SignalWave, TimesBeforeACornerKeepTheirShapeAfterLandingOnIt) {
         {0.0, 1.0, 3.0, 1.5, 5.0},    // back into the rise
     };
     for (const Case& c : cases) {
-        CSignalWave wave = Pulse(smSingle, 0.0, 10.0, 1.0, 2.0, c.rise, c.fall, 1.0);
+        CSignalWave wave = Pulse(ModelId::Single, 0.0, 10.0, 1.0, 2.0, c.rise, c.fall, 1.0);
         wave.StartWave(0.0, true);
         for (double t = 0.0; t < c.landOn; t += 0.25) wave.WaveEvent(t, 0.25);
         wave.WaveValue(c.landOn);
@@ -129,7 +129,7 @@ TEST(SignalWave, TimesBeforeACornerKeepTheirShapeAfterLandingOnIt) {
 }
 
 TEST(SignalWave, SinglePulseEndsLowAndCosineEdgesAreSmooth) {
-    CSignalWave wave = Pulse(smSingle, 0.0, 2.0, 1.0, 0.5, 0.2, 0.1, 0.3);
+    CSignalWave wave = Pulse(ModelId::Single, 0.0, 2.0, 1.0, 0.5, 0.2, 0.1, 0.3);
     wave.m_Slope = ssCos;
     const Track track = Drive(wave, 3.0, 0.01);
     for (double corner : {0.3, 0.5, 0.8, 0.9}) EXPECT_TRUE(Lands(track, corner)) << corner;
@@ -146,7 +146,7 @@ TEST(SignalWave, SinglePulseEndsLowAndCosineEdgesAreSmooth) {
 }
 
 TEST(SignalWave, ExponentialPulseReachesTheLevelsAtTheCorners) {
-    CSignalWave single = Pulse(smSingle, 1.0, 3.0, 1.0, 0.5, 0.1, 0.2, 0.0);
+    CSignalWave single = Pulse(ModelId::Single, 1.0, 3.0, 1.0, 0.5, 0.1, 0.2, 0.0);
     single.m_Slope = ssExp;
     single.StartWave(0.0, true);
     single.WaveEvent(0.0, 0.01);
@@ -155,7 +155,7 @@ TEST(SignalWave, ExponentialPulseReachesTheLevelsAtTheCorners) {
     EXPECT_NEAR(single.WaveValue(0.25), rise, 1e-12);
     EXPECT_NEAR(single.WaveValue(0.7), -2.0 * (1 - std::exp(-1.0)) + 3.0, 1e-12);
 
-    CSignalWave train = Pulse(smPulse, 1.0, 3.0, 1.0, 0.5, 0.1, 0.2, 0.0);
+    CSignalWave train = Pulse(ModelId::Pulse, 1.0, 3.0, 1.0, 0.5, 0.1, 0.2, 0.0);
     train.m_Slope = ssExp;
     train.StartWave(0.0, true);
     train.WaveEvent(0.0, 0.01);
@@ -165,7 +165,7 @@ TEST(SignalWave, ExponentialPulseReachesTheLevelsAtTheCorners) {
 }
 
 TEST(SignalWave, StepRisesFromTheDelay) {
-    CSignalWave wave = Pulse(smStep, 1.0, 4.0, 1.0, 0.5, 0.2, 0.0, 0.5);
+    CSignalWave wave = Pulse(ModelId::Step, 1.0, 4.0, 1.0, 0.5, 0.2, 0.0, 0.5);
     const Track track = Drive(wave, 1.5, 0.03);
     EXPECT_TRUE(Lands(track, 0.5));
     EXPECT_TRUE(Lands(track, 0.7));
@@ -174,23 +174,23 @@ TEST(SignalWave, StepRisesFromTheDelay) {
         const double expected = t <= 0.5 ? 1.0 : t >= 0.7 ? 4.0 : 1.0 + 3.0 * (t - 0.5) / 0.2;
         EXPECT_NEAR(track.values[i], expected, 1e-9) << t;
     }
-    CSignalWave sharp = Pulse(smStep, 0.0, 1.0, 1.0, 0.5, 0.0, 0.0, 0.5);
+    CSignalWave sharp = Pulse(ModelId::Step, 0.0, 1.0, 1.0, 0.5, 0.0, 0.0, 0.5);
     sharp.StartWave(0.0, true);
     EXPECT_EQ(sharp.WaveValue(0.4), 0.0);
     EXPECT_EQ(sharp.WaveValue(0.5), 1.0);
-    CSignalWave expStep = Pulse(smStep, 0.0, 1.0, 1.0, 0.5, 0.1, 0.0, 0.0);
+    CSignalWave expStep = Pulse(ModelId::Step, 0.0, 1.0, 1.0, 0.5, 0.1, 0.0, 0.0);
     expStep.m_Slope = ssExp;
     expStep.StartWave(0.0, true);
     expStep.WaveEvent(0.0, 0.01);
     EXPECT_NEAR(expStep.WaveValue(0.1), 1.0 - std::exp(-1.0), 1e-12);
-    CSignalWave idle = Pulse(smStep, 7.0, 1.0, 1.0, 0.5, 0.0, 0.0, 0.0);
+    CSignalWave idle = Pulse(ModelId::Step, 7.0, 1.0, 1.0, 0.5, 0.0, 0.0, 0.0);
     idle.StartWave(0.5, false);
     EXPECT_EQ(idle.WaveValue(0.6), 7.0);
 }
 
 TEST(SignalWave, SineWithPhaseDecayAndDelay) {
     CSignalWave wave;
-    wave.m_Model = smSin;
+    wave.m_Model = ModelId::Sin;
     wave.m_Num = CSignalNumbers{};
     wave.m_Num.u0 = 0.5;
     wave.m_Num.u1 = 2.0;
@@ -220,7 +220,7 @@ TEST(SignalWave, SineWithPhaseDecayAndDelay) {
 
 CSignalWave Sweep(double f0, double f1, double w, int type) {
     CSignalWave wave;
-    wave.m_Model = smSweep;
+    wave.m_Model = ModelId::Sweep;
     wave.m_Num.u0 = 0.0;
     wave.m_Num.u1 = 1.0;
     wave.m_Num.f0 = f0;
@@ -283,7 +283,7 @@ TEST(SignalWave, SweepRunsFromF0ToF1AndEndsAtTheWidth) {
 }
 
 TEST(SignalWave, ClockIsHighForOneStepAtEachEdge) {
-    CSignalWave wave = Pulse(smClock, 0.0, 5.0, 0.25, 0.0, 0.0, 0.0, 0.1);
+    CSignalWave wave = Pulse(ModelId::Clock, 0.0, 5.0, 0.25, 0.0, 0.0, 0.0, 0.1);
     wave.m_Num.clockStep = 1e-6;
     wave.StartWave(0.0, true);
     double t = 0.0;
@@ -309,61 +309,61 @@ TEST(SignalWave, ClockIsHighForOneStepAtEachEdge) {
 }
 
 TEST(SignalWave, DegenerateParametersNeverStall) {
-    struct Row { int model; double p, w, r, f; };
+    struct Row { ModelId model; double p, w, r, f; };
     const Row rows[] = {
-        {smPulse, 0.0, 0.5, 0.0, 0.0},   // period 0
-        {smPulse, 1.0, 3.0, 0.0, 0.0},   // width above period
-        {smPulse, 1.0, 0.5, 2.0, 0.0},   // rise above width and period
-        {smPulse, 1.0, 0.7, 0.1, 0.6},   // fall running into the next period
-        {smPulse, 1.0, 0.0, 0.0, 0.0},   // no width at all
-        {smPulse, -1.0, 0.5, 0.1, 0.1},  // negative period
-        {smPulse, NAN, 0.5, 0.1, 0.1},
-        {smSingle, 1.0, 0.0, 0.0, 0.0},
-        {smSingle, 1.0, 0.5, -1.0, -1.0},
-        {smStep, 1.0, 0.5, 0.0, 0.0},
-        {smClock, 0.0, 0.0, 0.0, 0.0},
-        {smClock, INFINITY, 0.0, 0.0, 0.0},
-        {smSin, 0.0, 0.0, 0.0, 0.0},
+        {ModelId::Pulse, 0.0, 0.5, 0.0, 0.0},   // period 0
+        {ModelId::Pulse, 1.0, 3.0, 0.0, 0.0},   // width above period
+        {ModelId::Pulse, 1.0, 0.5, 2.0, 0.0},   // rise above width and period
+        {ModelId::Pulse, 1.0, 0.7, 0.1, 0.6},   // fall running into the next period
+        {ModelId::Pulse, 1.0, 0.0, 0.0, 0.0},   // no width at all
+        {ModelId::Pulse, -1.0, 0.5, 0.1, 0.1},  // negative period
+        {ModelId::Pulse, NAN, 0.5, 0.1, 0.1},
+        {ModelId::Single, 1.0, 0.0, 0.0, 0.0},
+        {ModelId::Single, 1.0, 0.5, -1.0, -1.0},
+        {ModelId::Step, 1.0, 0.5, 0.0, 0.0},
+        {ModelId::Clock, 0.0, 0.0, 0.0, 0.0},
+        {ModelId::Clock, INFINITY, 0.0, 0.0, 0.0},
+        {ModelId::Sin, 0.0, 0.0, 0.0, 0.0},
     };
     for (const Row& row : rows) {
         CSignalWave wave = Pulse(row.model, 0.0, 1.0, row.p, row.w, row.r, row.f, 0.2);
         const Track track = Drive(wave, 4.0, 0.05, 1000);
-        EXPECT_FALSE(track.stalled) << row.model << " " << row.p << " " << row.w;
-        EXPECT_GE(track.times.back(), 4.0) << row.model << " " << row.p << " " << row.w;
+        EXPECT_FALSE(track.stalled) << static_cast<int>(row.model) << " " << row.p << " " << row.w;
+        EXPECT_GE(track.times.back(), 4.0) << static_cast<int>(row.model) << " " << row.p << " " << row.w;
     }
     CSignalWave sweep = Sweep(100, 100, 0.0, swLinear);
     EXPECT_FALSE(Drive(sweep, 1.0, 0.05, 1000).stalled);
-    CSignalWave never = Pulse(smPulse, 0.0, 1.0, 1.0, 0.5, 0.0, 0.0, INFINITY);
+    CSignalWave never = Pulse(ModelId::Pulse, 0.0, 1.0, 1.0, 0.5, 0.0, 0.0, INFINITY);
     const Track idle = Drive(never, 1.0, 0.1);
     EXPECT_EQ(*std::max_element(idle.values.begin(), idle.values.end()), 0.0);
 }
 
 TEST(SignalWave, StartInsideAPulsePicksTheStage) {
-    struct Row { int model; double t; int stage; };
+    struct Row { ModelId model; double t; int stage; };
     const Row rows[] = {
-        {smSingle, 0.0, sgBefore}, {smSingle, 0.15, sgRise}, {smSingle, 0.4, sgTop},
-        {smSingle, 0.65, sgFall},  {smSingle, 0.9, sgDone},  {smPulse, 2.15, sgRise},
-        {smPulse, 3.4, sgTop},     {smPulse, 5.65, sgFall},  {smPulse, 7.95, sgDone},
+        {ModelId::Single, 0.0, sgBefore}, {ModelId::Single, 0.15, sgRise}, {ModelId::Single, 0.4, sgTop},
+        {ModelId::Single, 0.65, sgFall},  {ModelId::Single, 0.9, sgDone},  {ModelId::Pulse, 2.15, sgRise},
+        {ModelId::Pulse, 3.4, sgTop},     {ModelId::Pulse, 5.65, sgFall},  {ModelId::Pulse, 7.95, sgDone},
     };
     for (const Row& row : rows) {
         CSignalWave wave = Pulse(row.model, 0.0, 1.0, 1.0, 0.5, 0.2, 0.2, 0.1);
         wave.StartWave(row.t, true);
-        EXPECT_EQ(wave.m_Stage, row.stage) << row.model << " " << row.t;
+        EXPECT_EQ(wave.m_Stage, row.stage) << static_cast<int>(row.model) << " " << row.t;
         EXPECT_NEAR(wave.WaveValue(row.t), TrapezoidAt(row.t, 0.0, 1.0, 1.0, 0.5, 0.2, 0.2, 0.1), 1e-9);
     }
 }
 
 TEST(SignalWave, ShiftKeepsThePhaseOfPeriodicWaves) {
-    CSignalWave pulse = Pulse(smPulse, 0.0, 1.0, 2.0, 0.5, 0.0, 0.0, 0.0);
+    CSignalWave pulse = Pulse(ModelId::Pulse, 0.0, 1.0, 2.0, 0.5, 0.0, 0.0, 0.0);
     pulse.ShiftDelay(5.0);
     EXPECT_DOUBLE_EQ(pulse.m_Num.delay, -1.0);
-    CSignalWave ahead = Pulse(smPulse, 0.0, 1.0, 2.0, 0.5, 0.0, 0.0, 3.0);
+    CSignalWave ahead = Pulse(ModelId::Pulse, 0.0, 1.0, 2.0, 0.5, 0.0, 0.0, 3.0);
     ahead.ShiftDelay(1.0);
     EXPECT_DOUBLE_EQ(ahead.m_Num.delay, 2.0);
-    CSignalWave whole = Pulse(smClock, 0.0, 1.0, 2.0, 0.5, 0.0, 0.0, 0.0);
+    CSignalWave whole = Pulse(ModelId::Clock, 0.0, 1.0, 2.0, 0.5, 0.0, 0.0, 0.0);
     whole.ShiftDelay(4.0);
     EXPECT_DOUBLE_EQ(whole.m_Num.delay, -2.0);
-    CSignalWave single = Pulse(smSingle, 0.0, 1.0, 2.0, 0.5, 0.0, 0.0, 0.5);
+    CSignalWave single = Pulse(ModelId::Single, 0.0, 1.0, 2.0, 0.5, 0.0, 0.0, 0.5);
     single.ShiftDelay(5.0);
     EXPECT_DOUBLE_EQ(single.m_Num.delay, -4.5);
 }
