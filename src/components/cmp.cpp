@@ -54,6 +54,14 @@ CParam* CCmp::ParamTable() {
     return BindParams();
 }
 
+CParam* CCmp::BindParams() {
+    if (m_BoundParams.empty() || m_BoundModel != model) {
+        BindParamRows(this, m_BoundParams);
+        m_BoundModel = model;
+    }
+    return m_BoundParams.empty() ? nullptr : m_BoundParams.data();
+}
+
 CParam* CCmp::FindParam(const std::string& paramName) { return FindParamRow(ParamTable(), paramName); }
 
 bool CCmp::IsDisconnected() const {
@@ -117,13 +125,9 @@ bool CCmp::Xml(CXmlNode* node, bool modelOnly) {
         XmlNodes(node);
         XmlModel(node);
     }
-    if (model == ModelId::Pwl) {
-        pwl.m_Text = node->Str("pwl", pwl.m_Text);
-        pwl.m_FileName = node->Str("pwlf", pwl.m_FileName);
-        pwl.m_FileMode = node->Int("pwlm", pwl.m_FileMode);
-    }
     XmlStates(node);
     XmlAttachment(node);
+    XmlParamRows(this, node);
     return true;
 }
 

@@ -28,9 +28,11 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "base/list.h"
 #include "base/type_ids.h"
+#include "components/param_table.h"
 #include "expr/param.h"
 #include "waveforms/pwl.h"
 
@@ -87,7 +89,9 @@ constexpr uint32_t kReadVIP = kReadV | kReadI | kReadP;
 struct CModelInfo {
     const char* name = nullptr;
     ModelId model = ModelId::None;
-    CParam* params = nullptr;
+    // The rows of the class's parameter table this model shows, in the
+    // order the host sees them, ended by kEndOfRows; null for none.
+    const uint8_t* params = nullptr;
     int editorPos = 0;
     int branches = 0;
     uint32_t flags = 0;
@@ -114,6 +118,8 @@ struct CCmpType {
     const char* symbol = nullptr;
     const CViewInfo* views = nullptr;
     const CModelInfo* models = nullptr;
+    // Every parameter of the class, in the order of file keys and checks.
+    const CParamTable* params = nullptr;
     int editorMode = 0;
     const char* title = nullptr;
     int symbolBox[8] = {};
@@ -140,8 +146,12 @@ public:
     virtual void BeginCustom() {}
     virtual void EndCustom() {}
     virtual bool Xml(CXmlNode* node, bool modelOnly);
-    virtual CParam* BindParams() { return nullptr; }
-    virtual bool CheckParams(CCalc* calc) { return true; }
+    // The present model's rows of the class's parameter table, bound to
+    // this component; null for a model without parameters.
+    virtual CParam* BindParams();
+    // The check lines of the parameter table; a class with rules that join
+    // several parameters adds them behind.
+    virtual bool CheckParams(CCalc* calc) { return CheckParamRows(this, calc); }
     virtual int PinKind(int pin) const { return kPinAnalog; }
     virtual int AssignBranches(CCalc* calc, int first);
     virtual int BranchIndex(int n) const { return firstBranch + n; }
@@ -236,6 +246,10 @@ private:
     void XmlAttachment(CXmlNode* node);
     void ClearFileContent();
 
+    // The bound rows of m_BoundModel; rebuilt when the model changes, so
+    // a row handed out stays valid as long as the model does.
+    std::vector<CParam> m_BoundParams;
+    ModelId m_BoundModel = ModelId::None;
     TStringList m_FileAttrs;           // name, value, name, value, as loaded
     TList<CXmlNode> m_FileChildren;    // owned copies of the loaded children
 };

@@ -26,7 +26,6 @@ extern const CModelInfo kModelsCCcc[];
 class CElemC : public CCmp {
 public:
     explicit CElemC(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemC(type); }
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
     CParam* BindParams() override;

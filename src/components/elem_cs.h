@@ -26,7 +26,6 @@ extern const CModelInfo kModelsSCcs3[];
 class CElemCS : public CSwitchBase {
 public:
     explicit CElemCS(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemCS(type); }
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
     CParam* BindParams() override;

@@ -33,7 +33,6 @@ extern const CModelInfo kModelsDBridge[];
 class CElemD : public CCmp {
 public:
     explicit CElemD(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemD(type); }
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
     CParam* BindParams() override;

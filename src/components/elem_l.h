@@ -29,7 +29,6 @@ extern const CModelInfo kModelsLCl[];
 class CElemL : public CCmp {
 public:
     explicit CElemL(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemL(type); }
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
     CParam* BindParams() override;

@@ -16,7 +16,6 @@ namespace qz3 {
 class CElemPending : public CCmp {
 public:
     explicit CElemPending(const CCmpType* type) : CCmp(type) {}
-    static CCmp* Create(const CCmpType* type) { return new CElemPending(type); }
 
     bool IsLabel() const override;
     bool CheckParams(CCalc* calc) override;

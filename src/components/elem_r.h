@@ -18,6 +18,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kResistorParams;
 extern const CModelInfo kModelsRR[];
 extern const CModelInfo kModelsRPot[];
 extern const CModelInfo kModelsRVcr[];
@@ -26,11 +27,7 @@ extern const CModelInfo kModelsRCcr[];
 class CElemR : public CCmp {
 public:
     explicit CElemR(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemR(type); }
 
-    bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
     int AssignBranches(CCalc* calc, int first) override;
     bool Simulate(CCalc* calc, int phase, double t) override;
     bool CheckState(CCalc* calc, bool commit, bool* changed) override;

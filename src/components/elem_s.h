@@ -13,7 +13,6 @@ extern const CModelInfo kModelsSS3[];
 class CElemS : public CSwitchBase {
 public:
     explicit CElemS(const CCmpType* type) : CSwitchBase(type) {}
-    static CCmp* Create(const CCmpType* type) { return new CElemS(type); }
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
     CParam* BindParams() override;

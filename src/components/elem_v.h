@@ -32,7 +32,6 @@ extern const CModelInfo kModelsICI[];
 class CElemV : public CCmp {
 public:
     explicit CElemV(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemV(type); }
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
     CParam* BindParams() override;

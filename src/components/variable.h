@@ -21,7 +21,6 @@ extern const CModelInfo kModelsVariable[];
 class CVariable : public CCmp {
 public:
     explicit CVariable(const CCmpType* type) : CCmp(type) {}
-    static CCmp* Create(const CCmpType* type) { return new CVariable(type); }
 
     bool IsVariable() const override { return true; }
     bool Xml(CXmlNode* node, bool modelOnly) override;

@@ -21,7 +21,7 @@
 namespace qz3::test {
 
 inline const CModelInfo kProbeModels[] = {{"Probe", static_cast<ModelId>(99), nullptr, 0, 1}, {}};
-inline const CCmpType kProbeType = {"T_Probe", static_cast<TypeId>(999), nullptr, 2, nullptr, nullptr, nullptr, kProbeModels, 0, "Probe"};
+inline const CCmpType kProbeType = {"T_Probe", static_cast<TypeId>(999), nullptr, 2, nullptr, nullptr, nullptr, kProbeModels, nullptr, 0, "Probe"};
 
 class CProbe : public CCmp {
 public:
