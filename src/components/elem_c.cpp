@@ -1,11 +1,10 @@
 #include "components/elem_c.h"
 
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include "components/element_state.h"
-#include "components/param_check.h"
-#include "document/xml_node.h"
 #include "expr/state_text.h"
 #include "solver/calc.h"
 
@@ -14,49 +13,39 @@ namespace qz3 {
 namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-CParam s_ParamsC[] = {{kParamFormula, "C", "F"}, {kParamFormula, "IC", "V"}, {}};
-CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {kParamFormula, "IC", "V"}, {}};
+enum CapacitorRow : uint8_t { kC, kIC, kTable, kRowCount };
+
+// "c" stays with every model of "C_C", so a change of model keeps it.
+constexpr CParamRow kRows[] = {
+    FormulaRow("C", "F", "c", MemberAt<&CElemC::c>, 1.0),
+    InitialCondition("IC", "V", "ic", MemberAt<&CElemC::ic>),
+    TableRow("pwl", "pwl", MemberAt<&CCmp::pwl>),
+};
+static_assert(std::size(kRows) == kRowCount);
+
+constexpr uint8_t kOrderC[] = {kC, kIC, kEndOfRows};
+constexpr uint8_t kOrderPwl[] = {kTable, kIC, kEndOfRows};
 
 }  // namespace
 
+const CParamTable kCapacitorParams = ParamTableOf(kRows);
+
 const CModelInfo kModelsCC[] = {
-    {"C", ModelId::C, s_ParamsC, 0, 1, kReadVIP},
-    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"C", ModelId::C, kOrderC, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP},
     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsCVcc[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
-const CModelInfo kModelsCCcc[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsCVcc[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP}, {}};
+const CModelInfo kModelsCCcc[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 2, kReadVIP}, {}};
 
 CElemC::CElemC(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), v(kNaN) {
-    ic.m_Blank = true;
-    ic.m_Value = kNaN;
     if (type == TypeId::Capacitor) pwl.SetLabels("V", "C, F", "C(V)", "Q(V)");
     else if (type == TypeId::VoltageControlledCapacitor) pwl.SetLabels("V", "C, F", "C(V)", "");
     else if (type == TypeId::CurrentControlledCapacitor) pwl.SetLabels("A", "C, F", "C(I)", "");
 }
 
 bool CElemC::IsControlled() const { return type == TypeId::VoltageControlledCapacitor || type == TypeId::CurrentControlledCapacitor; }
-
-bool CElemC::Xml(CXmlNode* node, bool modelOnly) {
-    CCmp::Xml(node, modelOnly);
-    // "c" stays with every model of "C_C", so a change of model keeps it.
-    if (type == TypeId::Capacitor) node->Val("c", c);
-    node->Val("ic", ic);
-    return true;
-}
-
-CParam* CElemC::BindParams() {
-    if (model == ModelId::C) return qz3::BindParams(s_ParamsC, {&c, &ic});
-    if (model == ModelId::Pwl) return qz3::BindParams(s_ParamsPwl, {&pwl, &ic});
-    return nullptr;
-}
-
-bool CElemC::CheckParams(CCalc* calc) {
-    if (model != ModelId::C) return true;
-    CParamCheck check(calc, this);
-    return check.Param(c, "C").Ok();
-}
 
 int CElemC::PinKind(int pin) const {
     if (pin < 2) return kPinCapacitive;

@@ -19,6 +19,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kCapacitorParams;
 extern const CModelInfo kModelsCC[];
 extern const CModelInfo kModelsCVcc[];
 extern const CModelInfo kModelsCCcc[];
@@ -27,9 +28,6 @@ class CElemC : public CCmp {
 public:
     explicit CElemC(const CCmpType* type);
 
-    bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
     int PinKind(int pin) const override;
     bool Simulate(CCalc* calc, int phase, double t) override;
     std::string GetState() override;
@@ -39,8 +37,8 @@ public:
     void* ICMemory(int op) override;
 
     double icMemory[3] = {};
-    CFormula c{1.0};  // C, "F"
-    CFormula ic;      // IC, "V", blank allowed
+    CFormula c;   // C, "F"
+    CFormula ic;  // IC, "V", blank allowed
     double v;         // the voltage of the state; NaN: no IC, not known yet
 
 private:

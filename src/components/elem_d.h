@@ -22,6 +22,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kDiodeParams;
 extern const CModelInfo kModelsDD[];
 extern const CModelInfo kModelsDZ[];
 extern const CModelInfo kModelsDZs[];
@@ -35,8 +36,6 @@ public:
     explicit CElemD(const CCmpType* type);
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
     int PinKind(int pin) const override;
     bool Simulate(CCalc* calc, int phase, double t) override;
     std::string GetState() override;
@@ -51,15 +50,15 @@ public:
     // with a leak on request.
     bool CanSoftOpen() const override { return model == ModelId::Diode; }
 
-    CFormula vd{0.0};         // Vd: forward drop, V
-    CFormula v{8.0};          // V: zener voltage, V
-    CFormula t{0.0};          // t: carrier life time, s
-    CFormula ts{0.0};         // ts: recovery time of "Soft", s
+    CFormula vd;              // Vd: forward drop, V
+    CFormula v;               // V: zener voltage, V
+    CFormula t;               // t: carrier life time, s
+    CFormula ts;              // ts: recovery time of "Soft", s
     int32_t ic = 0;           // IC, "On" / "Off"
     ChoiceValue icZ;          // IC of the zeners: "Minus", "Off", "Plus"
-    CFormula icq{0.0};        // ICQ: charge at start, A*s
-    CFormula threshold{5.0};  // Threshold of the gate, V or A
-    CFormula ihold{1.0};      // Ihold: holding current, A
+    CFormula icq;             // ICQ: charge at start, A*s
+    CFormula threshold;       // Threshold of the gate, V or A
+    CFormula ihold;           // Ihold: holding current, A
     double q = 0.0;           // stored charge
     double i0 = 0.0;          // "Soft": current level that ends the recovery
     int32_t stage = 0;

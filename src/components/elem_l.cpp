@@ -1,11 +1,10 @@
 #include "components/elem_l.h"
 
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include "components/element_state.h"
-#include "components/param_check.h"
-#include "document/xml_node.h"
 #include "expr/state_text.h"
 #include "solver/calc.h"
 
@@ -14,72 +13,49 @@ namespace qz3 {
 namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-CParam s_ParamsL[] = {{kParamFormula, "L", "H"}, {kParamFormula, "IC", "A"}, {}};
-CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {kParamFormula, "IC", "A"}, {}};
-CParam s_ParamsCoupled[] = {{kParamFormula, "L1", "H"},  {kParamFormula, "L2", "H"},
-                            {kParamFormula, "K12", ""},  {kParamFormula, "IC1", "A"},
-                            {kParamFormula, "IC2", "A"}, {}};
+enum InductorRow : uint8_t { kL, kL1, kL2, kK12, kIC, kIC1, kIC2, kTable, kRowCount };
 
-void MakeBlank(CFormula& f) {
-    f.m_Blank = true;
-    f.m_Value = kNaN;
-}
+// "l" stays with every model of "L_L", so a change of model keeps it. The
+// coupled pair names its first inductance and current L1 and IC1.
+constexpr CParamRow kRows[] = {
+    FormulaRow("L", "H", "l", MemberAt<&CElemL::l>, 1e-6),
+    FormulaRow("L1", "H", "l1", MemberAt<&CElemL::l>, 1e-6, {ParamTest::InfiniteColon}),
+    FormulaRow("L2", "H", "l2", MemberAt<&CElemL::l2>, 1e-6, {ParamTest::InfiniteColon}),
+    CheckedAs(FormulaRow("K12", "", "k12", MemberAt<&CElemL::k12>, 1.0,
+                         {ParamTest::BelowMinusOne, ParamTest::AboveOne}),
+              "K"),
+    InitialCondition("IC", "A", "ic", MemberAt<&CElemL::ic>),
+    InitialCondition("IC1", "A", "ic1", MemberAt<&CElemL::ic>),
+    InitialCondition("IC2", "A", "ic2", MemberAt<&CElemL::ic2>),
+    TableRow("pwl", "pwl", MemberAt<&CCmp::pwl>),
+};
+static_assert(std::size(kRows) == kRowCount);
+
+constexpr uint8_t kOrderL[] = {kL, kIC, kEndOfRows};
+constexpr uint8_t kOrderPwl[] = {kTable, kIC, kEndOfRows};
+constexpr uint8_t kOrderCoupled[] = {kL1, kL2, kK12, kIC1, kIC2, kEndOfRows};
 
 }  // namespace
 
+const CParamTable kInductorParams = ParamTableOf(kRows);
+
 const CModelInfo kModelsLL[] = {
-    {"L", ModelId::L, s_ParamsL, 0, 1, kReadVIP},
-    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"L", ModelId::L, kOrderL, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP},
     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsLVcl[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
-const CModelInfo kModelsLCcl[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
-const CModelInfo kModelsLCl[] = {{"L", ModelId::L, s_ParamsCoupled, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsLVcl[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP}, {}};
+const CModelInfo kModelsLCcl[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsLCl[] = {{"L", ModelId::L, kOrderCoupled, 0, 2, kReadVIP}, {}};
 
 CElemL::CElemL(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), i(kNaN), i2(kNaN) {
-    MakeBlank(ic);
-    MakeBlank(ic2);
     if (type == TypeId::Inductor) pwl.SetLabels("I", "L, H", "L(I)", "H(I)");
     else if (type == TypeId::VoltageControlledInductor) pwl.SetLabels("V", "L, H", "L(V)", "");
     else if (type == TypeId::CurrentControlledInductor) pwl.SetLabels("A", "L, H", "L(I)", "");
 }
 
 bool CElemL::IsCoupled() const { return type == TypeId::CoupledInductors; }
-
-bool CElemL::Xml(CXmlNode* node, bool modelOnly) {
-    CCmp::Xml(node, modelOnly);
-    if (IsCoupled()) {
-        node->Val("l1", l);
-        node->Val("l2", l2);
-        node->Val("k12", k12);
-        node->Val("ic1", ic);
-        node->Val("ic2", ic2);
-        return true;
-    }
-    // "l" stays with every model of "L_L", so a change of model keeps it.
-    if (type == TypeId::Inductor) node->Val("l", l);
-    node->Val("ic", ic);
-    return true;
-}
-
-CParam* CElemL::BindParams() {
-    if (IsCoupled()) return qz3::BindParams(s_ParamsCoupled, {&l, &l2, &k12, &ic, &ic2});
-    if (model == ModelId::L) return qz3::BindParams(s_ParamsL, {&l, &ic});
-    if (model == ModelId::Pwl) return qz3::BindParams(s_ParamsPwl, {&pwl, &ic});
-    return nullptr;
-}
-
-bool CElemL::CheckParams(CCalc* calc) {
-    if (model != ModelId::L) return true;
-    CParamCheck check(calc, this);
-    if (!IsCoupled()) return check.Param(l, "L").Ok();
-    check.Param(l, "L1").Fault(std::isinf(l.m_Value), "L1 : infinite");
-    check.Param(l2, "L2").Fault(std::isinf(l2.m_Value), "L2 : infinite");
-    const double k = k12.m_Value;
-    check.Param(k12, "K").Fault(k < -1, "K < -1").Fault(k > 1, "K > 1");
-    return check.Ok();
-}
 
 double CElemL::Inductance() const { return model == ModelId::Pwl ? pwl.Slope(state) : l.m_Value; }
 

@@ -21,6 +21,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kInductorParams;
 extern const CModelInfo kModelsLL[];
 extern const CModelInfo kModelsLVcl[];
 extern const CModelInfo kModelsLCcl[];
@@ -30,9 +31,6 @@ class CElemL : public CCmp {
 public:
     explicit CElemL(const CCmpType* type);
 
-    bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
     bool Simulate(CCalc* calc, int phase, double t) override;
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
@@ -41,12 +39,12 @@ public:
     void* ICMemory(int op) override;
 
     double icMemory[3] = {};
-    CFormula l{1e-6};     // L or L1, "H"
+    CFormula l;           // L or L1, "H"
     CFormula ic;          // IC or IC1, "A", blank allowed
     double i;             // current of winding 1
-    CFormula l2{1e-6};    // L2, "H"
+    CFormula l2;          // L2, "H"
     CFormula ic2;         // IC2, "A", blank allowed
-    CFormula k12{1.0};    // K12
+    CFormula k12;         // K12
     double i2;            // current of winding 2
 
 private:

@@ -95,7 +95,12 @@ CXmlNode* RowNode(CCmp* cmp, const CParamTable& table, const CParamRow& row, CXm
 
 void InitRow(const CParamRow& row, void* data) {
     switch (row.kind) {
-        case kParamFormula: static_cast<CFormula*>(data)->SetValue(row.initial); break;
+        case kParamFormula: {
+            CFormula& f = *static_cast<CFormula*>(data);
+            f.SetValue(row.initial);
+            f.m_Blank = row.blank;
+            break;
+        }
         case kParamChoice: {
             ChoiceValue& choice = *static_cast<ChoiceValue*>(data);
             choice.Index = static_cast<int32_t>(row.initial);

@@ -16,6 +16,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kVariableParams;
 extern const CModelInfo kModelsVariable[];
 
 class CVariable : public CCmp {
@@ -23,9 +24,6 @@ public:
     explicit CVariable(const CCmpType* type) : CCmp(type) {}
 
     bool IsVariable() const override { return true; }
-    bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
 
     CFormula value;
 };

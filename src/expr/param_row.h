@@ -59,6 +59,9 @@ struct CParamRow {
     uint8_t testCount = 0;
     // CheckParams looks at this formula (its error, then its tests).
     bool checked = true;
+    // The formula may be left empty, its value then NaN ("no initial
+    // condition").
+    bool blank = false;
     // The name in the check lines, where it differs from `name`.
     const char* checkName = nullptr;
     // The child node that holds the key ("Signal"); null: the component's
@@ -144,6 +147,14 @@ constexpr CParamRow InChild(CParamRow row, const char* child) {
 // A formula that CheckParams leaves alone, not even its error is a fault.
 constexpr CParamRow Unchecked(CParamRow row) {
     row.checked = false;
+    return row;
+}
+
+// An initial condition: may be left empty, starts empty (NaN), and is no
+// fault of CheckParams.
+constexpr CParamRow InitialCondition(const char* name, const char* unit, const char* key, ParamMember member) {
+    CParamRow row = Unchecked(FormulaRow(name, unit, key, member, __builtin_nan("")));
+    row.blank = true;
     return row;
 }
 
