@@ -71,25 +71,25 @@ bool CCmp::IsDisconnected() const {
     return true;
 }
 
-bool CCmp::AddCmpError(CCalc* calc, const std::string& text) const {
+bool CCmp::AddCmpError(CSolverPort* calc, const std::string& text) const {
     AppendSolverError(calc, FullName() + " : " + text + "\n");
     return false;
 }
 
-bool CCmp::FormulaFault(CCalc* calc, const CFormula& f, const char* paramName) const {
+bool CCmp::FormulaFault(CSolverPort* calc, const CFormula& f, const char* paramName) const {
     if (!f.m_Error) return false;
     AddCmpError(calc, std::string(paramName) + " : formula error");
     return true;
 }
 
-int CCmp::AssignBranches(CCalc* calc, int first) {
+int CCmp::AssignBranches(CSolverPort* calc, int first) {
     const CModelInfo* row = ModelRow();
     branchCount = row ? row->branches : 0;
     firstBranch = branchCount > 0 ? first : 0;
     return branchCount;
 }
 
-bool CCmp::GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) {
+bool CCmp::GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) {
     *nodeA = pinCount > 0 ? nodes[0] : -1;
     *nodeB = pinCount > 1 ? nodes[1] : -1;
     *branch = firstBranch;
@@ -97,7 +97,7 @@ bool CCmp::GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* bra
     return true;
 }
 
-void CCmp::GetTraceValue(CCalc* calc, int kind, double* value, double* value2) {
+void CCmp::GetTraceValue(CSolverPort* calc, int kind, double* value, double* value2) {
     *value = 0.0;
     *value2 = 0.0;
 }

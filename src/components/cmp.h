@@ -38,7 +38,7 @@
 
 namespace qz3 {
 
-class CCalc;
+class CSolverPort;
 class CCmp;
 class CCmps;
 class CXmlNode;
@@ -151,23 +151,23 @@ public:
     virtual CParam* BindParams();
     // The check lines of the parameter table; a class with rules that join
     // several parameters adds them behind.
-    virtual bool CheckParams(CCalc* calc) { return CheckParamRows(this, calc); }
+    virtual bool CheckParams(CSolverPort* calc) { return CheckParamRows(this, calc); }
     virtual int PinKind(int pin) const { return kPinAnalog; }
-    virtual int AssignBranches(CCalc* calc, int first);
+    virtual int AssignBranches(CSolverPort* calc, int first);
     virtual int BranchIndex(int n) const { return firstBranch + n; }
     virtual std::string PinName(int pin) const { return {}; }
-    virtual bool Simulate(CCalc* calc, int phase, double t) { return true; }
+    virtual bool Simulate(CSolverPort* calc, int phase, double t) { return true; }
     virtual std::string GetState() { return {}; }
     virtual std::string SaveIC(std::string& out, int index, bool apply) { return {}; }
-    virtual bool CheckState(CCalc* calc, bool commit, bool* changed) { return true; }
-    virtual void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {}
-    virtual bool GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r);
-    virtual void GetTraceValue(CCalc* calc, int kind, double* value, double* value2);
+    virtual bool CheckState(CSolverPort* calc, bool commit, bool* changed) { return true; }
+    virtual void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {}
+    virtual bool GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r);
+    virtual void GetTraceValue(CSolverPort* calc, int kind, double* value, double* value2);
     virtual void Transform(const CTransform& edit) {}
     virtual void* ICMemory(int op) { return nullptr; }
     virtual bool SegmentRange(int* first, int* last) { return false; }
     virtual void ReservedOp() {}
-    virtual bool CheckSegment(CCalc* calc, bool commit) { return false; }
+    virtual bool CheckSegment(CSolverPort* calc, bool commit) { return false; }
     virtual bool NextView(int delta);
     virtual bool IsOn() const { return false; }
 
@@ -192,9 +192,9 @@ public:
     bool IsDisconnected() const;
     // Appends "full name : text" and a line feed to the solver's error text;
     // returns false so that an element can write `return AddCmpError(...)`.
-    bool AddCmpError(CCalc* calc, const std::string& text) const;
+    bool AddCmpError(CSolverPort* calc, const std::string& text) const;
     // The common line for a formula: "<Name> : formula error".
-    bool FormulaFault(CCalc* calc, const CFormula& f, const char* name) const;
+    bool FormulaFault(CSolverPort* calc, const CFormula& f, const char* name) const;
     void AllocPins(int count);
     int Node(int pin) const { return nodes[pin]; }
 

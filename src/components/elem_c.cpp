@@ -6,7 +6,7 @@
 
 #include "components/element_state.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -54,10 +54,10 @@ int CElemC::PinKind(int pin) const {
 
 double CElemC::Capacitance() const { return model == ModelId::Pwl ? pwl.Slope(state) : c.m_Value; }
 
-bool CElemC::Simulate(CCalc* calc, int phase, double t) {
+bool CElemC::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit: Init(calc); return true;
-        case PhaseStore: v = calc->VecX[nodes[1]] - calc->VecX[nodes[0]]; return true;
+        case PhaseStore: v = calc->X(nodes[1]) - calc->X(nodes[0]); return true;
         case PhaseCheckIC: return CheckVoltageIC(calc, this, v, nodes[0], nodes[1], firstBranch);
         case PhaseStamp: return Stamp(calc);
         case PhasePins: SetControlledPinGroups(this, type == TypeId::VoltageControlledCapacitor); return true;
@@ -67,7 +67,7 @@ bool CElemC::Simulate(CCalc* calc, int phase, double t) {
 
 // Only the first run of a model takes the IC: a rebuild in mid-run keeps the
 // voltage that PhaseStore saved.
-void CElemC::Init(CCalc* calc) {
+void CElemC::Init(CSolverPort* calc) {
     if (lastModel != ModelId::None) return;
     v = ic.m_Value;
     state = 0;
@@ -77,63 +77,55 @@ void CElemC::Init(CCalc* calc) {
     state = KeyInt(stored, "s", state);
 }
 
-bool CElemC::Stamp(CCalc* calc) {
-    if (calc->m_StampPass != 0) return true;
+bool CElemC::Stamp(CSolverPort* calc) {
+    if (calc->StampPass() != 0) return true;
     const int a = nodes[0], b = nodes[1], k = firstBranch;
     if (type == TypeId::CurrentControlledCapacitor) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
     const double cap = Capacitance();
-    if (calc->m_Integrating == 0) StampDc(calc, a, b, k, cap);
+    if (calc->Integrating() == 0) StampDc(calc, a, b, k, cap);
     else StampDynamic(calc, a, b, k, cap);
     return true;
 }
 
 // The branch current is the unknown k and is held at 0.
-void CElemC::StampOpen(CCalc* calc, int a, int b, int k) {
-    double** G = calc->MatrixG;
-    if (a != b) {
-        G[a][k] += 1;
-        G[b][k] -= 1;
-    }
-    G[k][k] = 1;
-    calc->VecB[k] = -0.0;
+void CElemC::StampOpen(CSolverPort* calc, int a, int b, int k) {
+    calc->StampCurrent(a, b, k, 0.0);
 }
 
 // Without an IC the capacitor is open; with one it is a source of that
 // voltage, marked in MatrixC by how the current would move it.
-void CElemC::StampDc(CCalc* calc, int a, int b, int k, double cap) {
+void CElemC::StampDc(CSolverPort* calc, int a, int b, int k, double cap) {
     if (std::isnan(v)) {
         StampOpen(calc, a, b, k);
         return;
     }
-    StampBranchVoltage(calc, a, b, k, v);
-    if (cap != 0.0) calc->MatrixC[k][k] = -1 / cap;
+    calc->StampBranchVoltage(a, b, k, v);
+    if (cap != 0.0) calc->SetC(k, k, -1 / cap);
 }
 
 // i = C dv/dt; an infinite capacitance holds its voltage for good.
-void CElemC::StampDynamic(CCalc* calc, int a, int b, int k, double cap) {
+void CElemC::StampDynamic(CSolverPort* calc, int a, int b, int k, double cap) {
     if (std::isinf(cap)) {
-        StampBranchVoltage(calc, a, b, k, v);
+        calc->StampBranchVoltage(a, b, k, v);
         return;
     }
     StampOpen(calc, a, b, k);
-    const double scaled = calc->m_Transient ? cap : cap * calc->m_Omega;
-    calc->MatrixC[k][a] += scaled;
-    calc->MatrixC[k][b] -= scaled;
+    const double scaled = calc->IsTransient() ? cap : cap * calc->Omega();
+    calc->AddC(k, a, scaled);
+    calc->AddC(k, b, -scaled);
 }
 
-bool CElemC::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemC::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     if (model != ModelId::Pwl) return true;
     if (IsControlled()) return FollowControl(calc, commit, changedOut);
-    const double* x = calc->VecX;
-    *changedOut = pwl.CheckSegment(x[nodes[1]] - x[nodes[0]], commit);
+    *changedOut = pwl.CheckSegment(calc->X(nodes[1]) - calc->X(nodes[0]), commit);
     return true;
 }
 
 // A new segment keeps the charge Q = C v: the voltage jumps.
-bool CElemC::FollowControl(CCalc* calc, bool commit, bool* changedOut) {
-    const double* x = calc->VecX;
-    const double control = type == TypeId::VoltageControlledCapacitor ? x[nodes[3]] - x[nodes[2]] : x[firstBranch + 1];
-    FollowControlSegment(calc, this, pwl, control, commit, changedOut, x[nodes[1]] - x[nodes[0]], v);
+bool CElemC::FollowControl(CSolverPort* calc, bool commit, bool* changedOut) {
+    const double control = type == TypeId::VoltageControlledCapacitor ? calc->X(nodes[3]) - calc->X(nodes[2]) : calc->X(firstBranch + 1);
+    FollowControlSegment(calc, this, pwl, control, commit, changedOut, calc->X(nodes[1]) - calc->X(nodes[0]), v);
     return true;
 }
 

@@ -7,7 +7,7 @@
 #include "components/param_check.h"
 #include "document/xml_node.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -129,7 +129,7 @@ CParam* CElemCS::BindParams() {
     }
 }
 
-bool CElemCS::CheckParams(CCalc* calc) {
+bool CElemCS::CheckParams(CSolverPort* calc) {
     CParamCheck check(calc, this);
     check.Param(threshold, "Threshold").Fault(std::isinf(threshold.m_Value), "Threshold = infinite");
     if (IsTimeModel(model)) return CheckSignal(calc) && check.Ok();
@@ -170,11 +170,10 @@ int CElemCS::PinKind(int pin) const {
     return sensing ? kPinSensing : kPinAnalog;
 }
 
-double CElemCS::Control(const CCalc* calc) const {
-    const double* x = calc->VecX;
-    if (IsLogic()) return x[nodes[2]] - calc->m_LogicThr;
-    if (IsCurrent()) return x[firstBranch + 1] - threshold.m_Value;
-    return x[nodes[3]] - x[nodes[2]] - threshold.m_Value;
+double CElemCS::Control(const CSolverPort* calc) const {
+    if (IsLogic()) return calc->X(nodes[2]) - calc->LogicThreshold();
+    if (IsCurrent()) return calc->X(firstBranch + 1) - threshold.m_Value;
+    return calc->X(nodes[3]) - calc->X(nodes[2]) - threshold.m_Value;
 }
 
 double CElemCS::StepResistance(int s) const {
@@ -188,7 +187,7 @@ double CElemCS::StepResistance(int s) const {
     }
 }
 
-bool CElemCS::Simulate(CCalc* calc, int phase, double t) {
+bool CElemCS::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit: return Init(calc, t);
         case PhaseReset: signal.Reset(); return true;
@@ -201,7 +200,7 @@ bool CElemCS::Simulate(CCalc* calc, int phase, double t) {
     }
 }
 
-bool CElemCS::Init(CCalc* calc, double t) {
+bool CElemCS::Init(CSolverPort* calc, double t) {
     const double n = std::floor(steps.m_Value + 1.5);
     stepCount = n > INT_MAX ? INT_MAX : n < 0 ? 0 : static_cast<int32_t>(n);
     if (model != lastModel) {
@@ -247,8 +246,8 @@ void CElemCS::ReadStored(const std::string& stored) {
     }
 }
 
-bool CElemCS::Stamp(CCalc* calc) {
-    if (calc->m_StampPass != 0) return true;
+bool CElemCS::Stamp(CSolverPort* calc) {
+    if (calc->StampPass() != 0) return true;
     const int k = firstBranch;
     if (IsCurrent()) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
     if (IsTimeModel(model)) state = SignalPosition();
@@ -266,7 +265,7 @@ bool CElemCS::Stamp(CCalc* calc) {
     return true;
 }
 
-bool CElemCS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemCS::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     const double c = Control(calc);
     const double h = hysteresis.m_Value * 0.5;
     if (IsTimeModel(model)) {
@@ -289,7 +288,7 @@ bool CElemCS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
                 if (!commit) break;
                 state2 = 1;
                 state = active;
-                tEnd = calc->m_Time + width.m_Value;
+                tEnd = calc->Time() + width.m_Value;
             } else if (state2 == 1 && c < 0) {
                 *changedOut = true;
                 if (commit) state2 = 0;
@@ -303,12 +302,12 @@ bool CElemCS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
 
 // The signal runs while the control is above 0: it starts afresh at each
 // rising control and stops when the control falls.
-void CElemCS::CheckTimeModel(CCalc* calc, double c, bool commit, bool* changedOut) {
+void CElemCS::CheckTimeModel(CSolverPort* calc, double c, bool commit, bool* changedOut) {
     if (!signal.m_Running && c > 0) {
         *changedOut = true;
         if (commit) {
             signal.SyncNumbers();
-            signal.RestartWave(calc->m_Time);
+            signal.RestartWave(calc->Time());
         }
     } else if (signal.m_Running && c < 0) {
         *changedOut = true;
@@ -317,19 +316,19 @@ void CElemCS::CheckTimeModel(CCalc* calc, double c, bool commit, bool* changedOu
     CheckClock(commit, changedOut);
 }
 
-void CElemCS::CheckSteps(CCalc* calc, double c, bool commit, bool* changedOut) {
+void CElemCS::CheckSteps(CSolverPort* calc, double c, bool commit, bool* changedOut) {
     const double h = hysteresis.m_Value * 0.5;
     const int N = stepCount;
     if (state == 0 && c - h > 0) {
         *changedOut = true;
         if (!commit) return;
         state = 1;
-        if (step < N && ++step < N) tEnd = calc->m_Time + StepTime();
+        if (step < N && ++step < N) tEnd = calc->Time() + StepTime();
     } else if (state == 1 && c + h < 0) {
         *changedOut = true;
         if (!commit) return;
         state = 0;
-        if (step > 0 && --step > 0) tEnd = calc->m_Time + StepTime();
+        if (step > 0 && --step > 0) tEnd = calc->Time() + StepTime();
     }
 }
 
@@ -339,7 +338,7 @@ bool Near(double t, double x) { return std::fabs(t - x) <= std::fmin(std::fabs(t
 
 }  // namespace
 
-void CElemCS::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+void CElemCS::NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
     if (IsTimeModel(model)) {
         SignalEvent(calc, t, tNext, stepMax, stepMin);
     } else if (model == ModelId::OneShot && state == active) {

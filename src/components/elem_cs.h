@@ -29,13 +29,13 @@ public:
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
     CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
+    bool CheckParams(CSolverPort* calc) override;
     int PinKind(int pin) const override;
-    bool Simulate(CCalc* calc, int phase, double t) override;
+    bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
-    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
-    void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
+    bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
+    void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
     bool IsOn() const override;
 
     // The resistance of "Steps" at step s of N.
@@ -57,12 +57,12 @@ public:
 private:
     bool IsLogic() const;
     bool IsCurrent() const;
-    double Control(const CCalc* calc) const;
-    bool Init(CCalc* calc, double t);
+    double Control(const CSolverPort* calc) const;
+    bool Init(CSolverPort* calc, double t);
     void ReadStored(const std::string& stored);
-    bool Stamp(CCalc* calc);
-    void CheckTimeModel(CCalc* calc, double c, bool commit, bool* changed);
-    void CheckSteps(CCalc* calc, double c, bool commit, bool* changed);
+    bool Stamp(CSolverPort* calc);
+    void CheckTimeModel(CSolverPort* calc, double c, bool commit, bool* changed);
+    void CheckSteps(CSolverPort* calc, double c, bool commit, bool* changed);
     double StepTime() const { return ramp.m_Value / (stepCount - 1); }
     void NextStep(double t, double* tNext, double* stepMax);
     void SetPinGroups();

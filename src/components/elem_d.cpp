@@ -8,7 +8,7 @@
 #include "components/element_state.h"
 #include "document/xml_node.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -103,13 +103,13 @@ bool CElemD::Xml(CXmlNode* node, bool modelOnly) {
 
 int CElemD::PinKind(int pin) const { return type == TypeId::LogicThyristor && pin == 2 ? kPinSensing : kPinAnalog; }
 
-bool CElemD::Simulate(CCalc* calc, int phase, double time) {
+bool CElemD::Simulate(CSolverPort* calc, int phase, double time) {
     switch (phase) {
         case PhaseInit:
             Init(calc);
             return model == ModelId::Pwl ? pwl.Prepare(calc) : true;
         case PhaseStore:
-            if (HasCharge()) q = std::fmax(0.0, calc->VecX[firstBranch + 1]);
+            if (HasCharge()) q = std::fmax(0.0, calc->X(firstBranch + 1));
             return true;
         case PhaseStamp: return Stamp(calc);
         case PhaseFloat: return model == ModelId::Diode ? FloatFix(calc) : true;
@@ -118,7 +118,7 @@ bool CElemD::Simulate(CCalc* calc, int phase, double time) {
     }
 }
 
-void CElemD::Init(CCalc* calc) {
+void CElemD::Init(CSolverPort* calc) {
     if (model != lastModel) InitState();
     if (lastModel != ModelId::None) return;
     const std::string stored = StoredState(calc, this);
@@ -221,7 +221,7 @@ std::string CElemD::SaveIC(std::string& out, int index, bool apply) {
     return out;
 }
 
-bool CElemD::GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) {
+bool CElemD::GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) {
     CCmp::GetTraceNodes(calc, kind, nodeA, nodeB, branch, r);
     return !IsQuad();
 }

@@ -6,7 +6,7 @@
 
 #include "components/element_state.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -59,7 +59,7 @@ bool CElemL::IsCoupled() const { return type == TypeId::CoupledInductors; }
 
 double CElemL::Inductance() const { return model == ModelId::Pwl ? pwl.Slope(state) : l.m_Value; }
 
-bool CElemL::Simulate(CCalc* calc, int phase, double t) {
+bool CElemL::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit:
             Init(calc);
@@ -72,7 +72,7 @@ bool CElemL::Simulate(CCalc* calc, int phase, double t) {
     }
 }
 
-void CElemL::Init(CCalc* calc) {
+void CElemL::Init(CSolverPort* calc) {
     if (lastModel != ModelId::None) return;
     i = ic.m_Value;
     i2 = ic2.m_Value;
@@ -89,17 +89,17 @@ void CElemL::Init(CCalc* calc) {
 }
 
 // A zero inductor never holds a current: it stays a plain short.
-void CElemL::Store(CCalc* calc) {
+void CElemL::Store(CSolverPort* calc) {
     const int k = firstBranch;
-    i = calc->VecX[k];
+    i = calc->X(k);
     if (model == ModelId::L && l.m_Value == 0.0) i = kNaN;
     if (!IsCoupled()) return;
-    i2 = calc->VecX[k + 1];
+    i2 = calc->X(k + 1);
     if (l2.m_Value == 0.0) i2 = kNaN;
 }
 
-bool CElemL::Stamp(CCalc* calc) {
-    if (calc->m_StampPass != 0) return true;
+bool CElemL::Stamp(CSolverPort* calc) {
+    if (calc->StampPass() != 0) return true;
     const int k = firstBranch;
     if (IsCoupled()) {
         StampCoupled(calc);
@@ -110,18 +110,18 @@ bool CElemL::Stamp(CCalc* calc) {
     return true;
 }
 
-void CElemL::StampSingle(CCalc* calc, int a, int b, int k) {
+void CElemL::StampSingle(CSolverPort* calc, int a, int b, int k) {
     const double L = Inductance();
-    if (calc->m_Integrating == 0) {
+    if (calc->Integrating() == 0) {
         if (std::isnan(i)) {
-            StampBranchShort(calc, a, b, k);
+            calc->StampBranchVoltage(a, b, k, 0.0);
             return;
         }
         calc->StampCurrent(a, b, k, i);
         // The current moves by the voltage over L.
         if (L != 0.0) {
-            calc->MatrixC[k][a] = 1 / L;
-            calc->MatrixC[k][b] = -1 / L;
+            calc->SetC(k, a, 1 / L);
+            calc->SetC(k, b, -1 / L);
         }
         return;
     }
@@ -129,41 +129,39 @@ void CElemL::StampSingle(CCalc* calc, int a, int b, int k) {
         calc->StampCurrent(a, b, k, i);
         return;
     }
-    StampBranchShort(calc, a, b, k);
-    calc->MatrixC[k][k] = calc->m_Transient ? -L : -L * calc->m_Omega;
+    calc->StampBranchVoltage(a, b, k, 0.0);
+    calc->SetC(k, k, calc->IsTransient() ? -L : -L * calc->Omega());
 }
 
 // In the DC equations a winding of known current keeps its flux L*i as the
 // row's quantity; with the derivatives both windings are shorts and the
 // mutual inductance couples their rows.
-void CElemL::StampCoupled(CCalc* calc) {
+void CElemL::StampCoupled(CSolverPort* calc) {
     const int k = firstBranch;
     const int windings[2][3] = {{nodes[0], nodes[1], k}, {nodes[2], nodes[3], k + 1}};
     const double L[2] = {l.m_Value, l2.m_Value};
     const double current[2] = {i, i2};
-    double** G = calc->MatrixG;
     for (int w = 0; w < 2; ++w) {
         const int a = windings[w][0], b = windings[w][1], kw = windings[w][2];
-        if (calc->m_Integrating != 0 || std::isnan(current[w])) {
-            StampBranchShort(calc, a, b, kw);
+        if (calc->Integrating() != 0 || std::isnan(current[w])) {
+            calc->StampBranchVoltage(a, b, kw, 0.0);
             continue;
         }
-        G[a][kw] += 1;
-        G[b][kw] -= 1;
-        G[kw][kw] = L[w];
-        calc->VecB[kw] = -(current[w] * L[w]);
+        calc->AddG(a, kw, 1);
+        calc->AddG(b, kw, -1);
+        calc->SetG(kw, kw, L[w]);
+        calc->SetB(kw, -(current[w] * L[w]));
     }
-    if (calc->m_Integrating == 0) return;
-    const double scale = calc->m_Transient ? 1.0 : calc->m_Omega;
+    if (calc->Integrating() == 0) return;
+    const double scale = calc->IsTransient() ? 1.0 : calc->Omega();
     const double M = std::sqrt(L[0] * L[1]) * k12.m_Value;
-    double** C = calc->MatrixC;
-    C[k][k] = -L[0] * scale;
-    C[k][k + 1] = -M * scale;
-    C[k + 1][k + 1] = -L[1] * scale;
-    C[k + 1][k] = -M * scale;
+    calc->SetC(k, k, -L[0] * scale);
+    calc->SetC(k, k + 1, -M * scale);
+    calc->SetC(k + 1, k + 1, -L[1] * scale);
+    calc->SetC(k + 1, k, -M * scale);
 }
 
-bool CElemL::CheckIC(CCalc* calc) {
+bool CElemL::CheckIC(CSolverPort* calc) {
     const int k = firstBranch;
     const bool first = CheckCurrentIC(calc, this, i, nodes[0], nodes[1], k);
     if (!IsCoupled()) return first;
@@ -171,17 +169,16 @@ bool CElemL::CheckIC(CCalc* calc) {
     return first && second;
 }
 
-bool CElemL::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemL::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     if (model != ModelId::Pwl) return true;
-    const double* x = calc->VecX;
     const int k = firstBranch;
     if (type == TypeId::Inductor) {
-        *changedOut = pwl.CheckSegment(x[k], commit);
+        *changedOut = pwl.CheckSegment(calc->X(k), commit);
         return true;
     }
     // The flux stays across the change of inductance.
-    const double control = type == TypeId::VoltageControlledInductor ? x[nodes[3]] - x[nodes[2]] : x[k + 1];
-    FollowControlSegment(calc, this, pwl, control, commit, changedOut, x[k], i);
+    const double control = type == TypeId::VoltageControlledInductor ? calc->X(nodes[3]) - calc->X(nodes[2]) : calc->X(k + 1);
+    FollowControlSegment(calc, this, pwl, control, commit, changedOut, calc->X(k), i);
     return true;
 }
 

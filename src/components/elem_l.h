@@ -31,10 +31,10 @@ class CElemL : public CCmp {
 public:
     explicit CElemL(const CCmpType* type);
 
-    bool Simulate(CCalc* calc, int phase, double t) override;
+    bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
-    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
+    bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
     void Transform(const CTransform& edit) override;
     void* ICMemory(int op) override;
 
@@ -51,12 +51,12 @@ private:
     bool IsCoupled() const;
     // The inductance of winding 1: `l`, or the slope of the present segment.
     double Inductance() const;
-    void Init(CCalc* calc);
-    void Store(CCalc* calc);
-    bool Stamp(CCalc* calc);
-    void StampSingle(CCalc* calc, int a, int b, int k);
-    void StampCoupled(CCalc* calc);
-    bool CheckIC(CCalc* calc);
+    void Init(CSolverPort* calc);
+    void Store(CSolverPort* calc);
+    bool Stamp(CSolverPort* calc);
+    void StampSingle(CSolverPort* calc, int a, int b, int k);
+    void StampCoupled(CSolverPort* calc);
+    bool CheckIC(CSolverPort* calc);
 };
 
 }  // namespace qz3

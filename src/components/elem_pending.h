@@ -18,7 +18,7 @@ public:
     explicit CElemPending(const CCmpType* type) : CCmp(type) {}
 
     bool IsLabel() const override;
-    bool CheckParams(CCalc* calc) override;
+    bool CheckParams(CSolverPort* calc) override;
 };
 
 // Model rows of families whose classes come later: names and numbers only,

@@ -54,7 +54,7 @@ CElemR::CElemR(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), pwlI(this
     }
 }
 
-int CElemR::AssignBranches(CCalc* calc, int first) {
+int CElemR::AssignBranches(CSolverPort* calc, int first) {
     if (model == ModelId::R) {
         branchCount = r.m_Value == 0.0 ? 1 : 0;
     } else if (model == ModelId::Potentiometer) {
@@ -73,7 +73,7 @@ CPWL* CElemR::SegmentTable() {
     return nullptr;
 }
 
-bool CElemR::Simulate(CCalc* calc, int phase, double t) {
+bool CElemR::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit:
             if (model != lastModel) state = 0;
@@ -112,21 +112,21 @@ bool CElemR::SegmentRange(int* first, int* last) {
     return *first < *last;
 }
 
-bool CElemR::CheckSegment(CCalc* calc, bool commit) {
+bool CElemR::CheckSegment(CSolverPort* calc, bool commit) {
     if (!IsType(TypeId::Resistor)) return false;
     if (model == ModelId::Pwl) return pwl.CheckSegment(X(calc, nodes[1]) - X(calc, nodes[0]), commit);
     if (model == ModelId::PwlI) return pwlI.CheckSegment(X(calc, firstBranch), commit);
     return false;
 }
 
-bool CElemR::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemR::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     if (model != ModelId::Pwl || !(IsType(TypeId::VoltageControlledResistor) || IsType(TypeId::CurrentControlledResistor))) return true;
     const double control = IsType(TypeId::VoltageControlledResistor) ? X(calc, nodes[3]) - X(calc, nodes[2]) : X(calc, firstBranch + 1);
     *changedOut = pwl.CheckSegment(control, commit);
     return true;
 }
 
-bool CElemR::GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* resistance) {
+bool CElemR::GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* resistance) {
     CCmp::GetTraceNodes(calc, kind, nodeA, nodeB, branch, resistance);
     if (model == ModelId::R) *resistance = r.m_Value;
     return true;

@@ -4,7 +4,7 @@
 #include "document/xml_node.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -36,14 +36,14 @@ bool CElemS::Xml(CXmlNode* node, bool modelOnly) {
 
 CParam* CElemS::BindParams() { return BindTimeParams(); }
 
-bool CElemS::CheckParams(CCalc* calc) { return CheckSignal(calc); }
+bool CElemS::CheckParams(CSolverPort* calc) { return CheckSignal(calc); }
 
-bool CElemS::Simulate(CCalc* calc, int phase, double t) {
+bool CElemS::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit: return Init(calc, t);
         case PhaseReset: signal.Reset(); return true;
         case PhaseStamp:
-            if (calc->m_StampPass != 0) return true;
+            if (calc->StampPass() != 0) return true;
             if (IsTimeModel(model)) state = SignalPosition();
             StampContacts(calc, state);
             return true;
@@ -53,7 +53,7 @@ bool CElemS::Simulate(CCalc* calc, int phase, double t) {
     }
 }
 
-bool CElemS::Init(CCalc* calc, double t) {
+bool CElemS::Init(CSolverPort* calc, double t) {
     if (model == ModelId::On) state = 1;
     if (model == ModelId::Off) state = 0;
     if (!IsTimeModel(model)) return true;
@@ -88,12 +88,12 @@ std::string CElemS::SaveIC(std::string& out, int index, bool apply) {
     return out;
 }
 
-bool CElemS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemS::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     CheckClock(commit, changedOut);
     return true;
 }
 
-void CElemS::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+void CElemS::NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
     SignalEvent(calc, t, tNext, stepMax, stepMin);
 }
 

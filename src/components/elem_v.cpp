@@ -123,7 +123,7 @@ CParam* CElemV::BindParams() {
     }
 }
 
-bool CElemV::CheckParams(CCalc* calc) {
+bool CElemV::CheckParams(CSolverPort* calc) {
     const char* letter = IsVoltage() ? "V" : "I";
     switch (model) {
         case ModelId::Source:
@@ -137,7 +137,7 @@ bool CElemV::CheckParams(CCalc* calc) {
     }
 }
 
-bool CElemV::CheckOneShot(const char* letter, CCalc* calc) {
+bool CElemV::CheckOneShot(const char* letter, CSolverPort* calc) {
     bool sound = true;
     auto level = [&](const CFormula& f, const std::string& name) {
         if (FormulaFault(calc, f, name.c_str())) sound = false;

@@ -150,7 +150,7 @@ void XmlParamRows(CCmp* cmp, CXmlNode* node) {
     }
 }
 
-bool CheckParamRows(CCmp* cmp, CCalc* calc) {
+bool CheckParamRows(CCmp* cmp, CSolverPort* calc) {
     const CParamTable* table = TableOf(cmp);
     CParamCheck check(calc, cmp);
     if (!table) return true;

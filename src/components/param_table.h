@@ -34,7 +34,7 @@
 
 namespace qz3 {
 
-class CCalc;
+class CSolverPort;
 class CCmp;
 class CXmlNode;
 
@@ -87,7 +87,7 @@ void InitParamRows(CCmp* cmp);
 // Loads or saves every row of the type by its key.
 void XmlParamRows(CCmp* cmp, CXmlNode* node);
 // The check lines of the present model's rows; false if there was a fault.
-bool CheckParamRows(CCmp* cmp, CCalc* calc);
+bool CheckParamRows(CCmp* cmp, CSolverPort* calc);
 
 // The factory of a type: a component of class T with the defaults of its
 // parameter table.

@@ -2,7 +2,7 @@
 
 #include "components/signal_link.h"
 #include "document/xml_node.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -52,12 +52,15 @@ void CSwitchBase::XmlSignal(CXmlNode* node) {
     cycle = signal.m_Cycle ? 1 : 0;
 }
 
-bool CSwitchBase::CheckSignal(CCalc* calc) {
+bool CSwitchBase::CheckSignal(CSolverPort* calc) {
     if (!IsTimeModel(model)) return true;
-    return signal.CheckLines(model, FullName(), typeInfo->typeName[0], calc->m_Error);
+    std::string lines;
+    const bool sound = signal.CheckLines(model, FullName(), typeInfo->typeName[0], lines);
+    calc->AppendError(lines);
+    return sound;
 }
 
-bool CSwitchBase::StartSignal(CCalc* calc, double t, bool run) {
+bool CSwitchBase::StartSignal(CSolverPort* calc, double t, bool run) {
     signal.m_Cycle = cycle != 0;
     return PrepareSignal(calc, this, signal, t, run);
 }
@@ -79,7 +82,7 @@ int CSwitchBase::SecondContact() const {
 
 int CSwitchBase::SecondBranch() const { return type == TypeId::CurrentControlledSpdt ? 2 : 1; }
 
-void CSwitchBase::StampContacts(CCalc* calc, int p) {
+void CSwitchBase::StampContacts(CSolverPort* calc, int p) {
     const int common = nodes[1];
     calc->StampSwitch(nodes[0], common, firstBranch, p != 0);
     const int second = SecondContact();
@@ -92,8 +95,8 @@ void CSwitchBase::CheckClock(bool commit, bool* changedOut) {
     if (commit) signal.ClockClose();
 }
 
-void CSwitchBase::SignalEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
-    if (IsTimeModel(model)) signal.NextEvent(t, calc->m_StepBase, tNext, stepMax, stepMin);
+void CSwitchBase::SignalEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+    if (IsTimeModel(model)) signal.NextEvent(t, calc->StepBase(), tNext, stepMax, stepMin);
 }
 
 void CSwitchBase::SetContactGroups() {

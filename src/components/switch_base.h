@@ -28,18 +28,18 @@ protected:
     CParam* BindTimeParams();
     // The child "Signal" of a time model, with `cycle` kept in step.
     void XmlSignal(CXmlNode* node);
-    bool CheckSignal(CCalc* calc);
-    bool StartSignal(CCalc* calc, double t, bool run);
+    bool CheckSignal(CSolverPort* calc);
+    bool StartSignal(CSolverPort* calc, double t, bool run);
     // The signal's level as a position: 1 closed, 0 open.
     int SignalPosition() const;
     // Pin of the second contact, -1 without one, and the offset of its branch.
     int SecondContact() const;
     int SecondBranch() const;
     // The first contact in position p, and the second one opposite.
-    void StampContacts(CCalc* calc, int p);
+    void StampContacts(CSolverPort* calc, int p);
     // "Clock" at its edge reports a change; with commit the edge closes.
     void CheckClock(bool commit, bool* changed);
-    void SignalEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin);
+    void SignalEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin);
     void SetContactGroups();
 };
 

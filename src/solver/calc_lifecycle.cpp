@@ -17,7 +17,7 @@ T* ZeroArray(int64_t count) {
 
 }  // namespace
 
-CCalc::CCalc(CDoc* doc) : m_Doc(doc) {}
+CCalc::CCalc(CDoc* doc) { m_Doc = doc; }
 
 CCalc::~CCalc() {
     FreeRun();

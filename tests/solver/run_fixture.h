@@ -27,7 +27,7 @@ class CProbe : public CCmp {
 public:
     CProbe() : CCmp(&kProbeType) {}
 
-    bool Simulate(CCalc* calc, int phase, double t) override {
+    bool Simulate(CSolverPort* calc, int phase, double t) override {
         switch (phase) {
             case PhaseStamp:
                 if (calc->m_StampPass != 0) return true;
@@ -43,7 +43,7 @@ public:
         }
     }
     // A probe that never settles moves on to a new segment at every look.
-    bool CheckSegment(CCalc* calc, bool commit) override {
+    bool CheckSegment(CSolverPort* calc, bool commit) override {
         if (!restless) return false;
         if (commit) ++state;
         return true;
