@@ -30,10 +30,10 @@ public:
     bool Simulate(CSolverPort* calc, int phase, double t) override {
         switch (phase) {
             case PhaseStamp:
-                if (calc->m_StampPass != 0) return true;
+                if (calc->StampPass() != 0) return true;
                 ++stamps;
                 if (std::isnan(volts)) {
-                    calc->MatrixG[firstBranch][firstBranch] = 1;
+                    calc->SetG(firstBranch, firstBranch, 1);
                     return true;
                 }
                 return calc->StampVoltage(nodes[0], nodes[1], firstBranch, volts) || calc->CmpError(this, nullptr);
