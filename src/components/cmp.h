@@ -6,16 +6,18 @@
 // its model number, a row of the descriptor's CModelInfo table ("R" is 12).
 // One element class serves many types and models and branches on the two.
 //
-// Recipe: how an element implements its phases.
-//   1. Members: parameters are CFormula (kind 13), CPWL or plain numbers,
-//      with defaults set in the constructor, never in the file reader.
-//   2. One static CParam table per model, and one CModelInfo row per model
-//      in the type's descriptor (elem_set.cpp). BindParams re-points the
-//      current model's table at this component and returns it.
-//   3. Xml(node, modelOnly): call CCmp::Xml first, then one two-way line per
-//      file key: `r = ...; node->Val("r", r);` serves load and save alike.
-//   4. CheckParams(calc): per parameter, "<Name> : formula error" if its
-//      formula failed, else the value checks; lines through AddCmpError.
+// Recipe: how an element implements its phases (src/components/README.md
+// walks through the resistor).
+//   1. Members: parameters are CFormula (kind 13), CPWL, flags, choices or
+//      texts; plain numbers hold the dynamic state.
+//   2. One parameter table for the class (param_table.h): a row per
+//      parameter with its name, unit, file key, default, tests and member.
+//      Each CModelInfo row lists the rows its model shows. That is all the
+//      text access, the file keys, the defaults and the check lines need.
+//   3. Xml(node, modelOnly): only for what no row says (a fix-up after
+//      loading); call CCmp::Xml first.
+//   4. CheckParams(calc): only for rules that join parameters; call
+//      CheckParamRows for the rows' lines.
 //   5. AssignBranches: the extra unknowns the present model needs.
 //   6. Simulate(calc, phase, t): handle the phases you need, return true for
 //      the rest. PhaseInit sets `state` (and prepares tables), PhaseStamp
@@ -23,7 +25,9 @@
 //      reports which pins are joined inside the element.
 //   7. A PWL element reports SegmentRange and CheckSegment (searched by the
 //      solver) or CheckState (followed at the state check).
-// A failing Simulate returns false with its text in the solver's m_Error.
+// The element talks to the solver only through CSolverPort (stamps,
+// solution reads, reports). A failing Simulate returns false with its text
+// in the solver's error text.
 #pragma once
 
 #include <cstdint>
@@ -197,6 +201,12 @@ public:
     bool FormulaFault(CSolverPort* calc, const CFormula& f, const char* name) const;
     void AllocPins(int count);
     int Node(int pin) const { return nodes[pin]; }
+    // The pin groups that PhasePins writes, one per pin: pins with equal
+    // non-zero numbers are joined by a conducting path inside the element;
+    // 0 marks a pin the element drives itself. They are kept in the second
+    // half of `nodes`, which is allocated for both.
+    int* PinGroups() { return nodes + pinCount; }
+    const int* PinGroups() const { return nodes + pinCount; }
 
     CCmps* owner = nullptr;
     const CCmpType* typeInfo = nullptr;

@@ -369,7 +369,7 @@ void CElemCS::NextStep(double t, double* tNext, double* stepMax) {
 
 void CElemCS::SetPinGroups() {
     SetContactGroups();
-    int* groups = nodes + pinCount;
+    int* groups = PinGroups();
     if (IsLogic()) {
         groups[2] = 2;
     } else if (IsCurrent()) {

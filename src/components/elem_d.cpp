@@ -155,7 +155,7 @@ void CElemD::InitState() {
 }
 
 void CElemD::SetPinGroups() {
-    int* groups = nodes + pinCount;
+    int* groups = PinGroups();
     for (int p = 0; p < pinCount; ++p) groups[p] = 1;
     if (type == TypeId::VoltageThyristor) {
         groups[2] = 2;

@@ -92,7 +92,7 @@ bool CElemR::Simulate(CSolverPort* calc, int phase, double t) {
 // Pins joined by a conducting path share a group; a control pair of a
 // voltage controlled resistor draws nothing, so its pins stand alone.
 void CElemR::SetPinGroups() {
-    int* groups = nodes + pinCount;
+    int* groups = PinGroups();
     for (int i = 0; i < pinCount; ++i) groups[i] = 1;
     if (IsType(TypeId::VoltageControlledResistor)) {
         groups[2] = 2;

@@ -120,7 +120,7 @@ bool CElemV::Sources(CSolverPort* calc, double t) {
 // Pins joined inside: both sides of a voltage source; a current source is
 // no path, and a control input stands alone.
 void CElemV::SetPinGroups() {
-    int* groups = nodes + pinCount;
+    int* groups = PinGroups();
     groups[0] = 1;
     groups[1] = IsVoltage() ? 1 : 2;
     if (pinCount > 2) groups[2] = groups[1] + 1;

@@ -83,7 +83,7 @@ void FollowControlSegment(CSolverPort* calc, CCmp* cmp, CPWL& pwl, double contro
 }
 
 void SetControlledPinGroups(CCmp* cmp, bool voltageControl) {
-    int* groups = cmp->nodes + cmp->pinCount;
+    int* groups = cmp->PinGroups();
     groups[0] = groups[1] = 1;
     if (cmp->pinCount < 4) return;
     if (voltageControl) {

@@ -100,7 +100,7 @@ void CSwitchBase::SignalEvent(CSolverPort* calc, double t, double* tNext, double
 }
 
 void CSwitchBase::SetContactGroups() {
-    int* groups = nodes + pinCount;
+    int* groups = PinGroups();
     groups[0] = groups[1] = 1;
     const int second = SecondContact();
     if (second >= 0) groups[second] = 1;

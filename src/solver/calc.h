@@ -147,7 +147,7 @@ public:
     void ClearMatrices();
     bool FinishAssembly();
     void InitNodeGroups();
-    void JoinPinGroups(const int* nodes, int pinCount);
+    void JoinPinGroups(const int* nodes, const int* pinGroups, int pinCount);
     void LeakFloatingGroups();
     bool FillFlags();
     void RescanEmptyRows();

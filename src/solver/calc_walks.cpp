@@ -110,7 +110,7 @@ void CCalc::GroupComponentPins() {
     for (CCmp* cmp : m_Cmps) {
         if (!Simulated(cmp) || cmp->pinCount <= 0) continue;
         cmp->Simulate(this, PhasePins, m_Time);
-        JoinPinGroups(cmp->nodes, cmp->pinCount);
+        JoinPinGroups(cmp->nodes, cmp->PinGroups(), cmp->pinCount);
     }
 }
 
