@@ -54,6 +54,8 @@ CParam* CCmp::ParamTable() {
     return BindParams();
 }
 
+bool CCmp::PrepareModelTable(CSolverPort* calc) { return model != ModelId::Pwl || pwl.Prepare(calc); }
+
 CParam* CCmp::BindParams() {
     if (m_BoundParams.empty() || m_BoundModel != model) {
         BindParamRows(this, m_BoundParams);

@@ -194,6 +194,14 @@ public:
     const CModelInfo* FindModel(const std::string& name, bool ignoreCase) const;
     // All pins unconnected: the component takes no part in a run.
     bool IsDisconnected() const;
+    // A subcircuit stands in for the element: the solver walks its
+    // flattened content and never this component's phases.
+    bool IsSubCircuit() const { return model == ModelId::SubCir; }
+    // The model changed since the last run that started.
+    bool ModelChanged() const { return model != lastModel; }
+    // Before PhaseInit: the model's own piecewise-linear table is loaded
+    // ("PWL"); false with the text in the solver.
+    bool PrepareModelTable(CSolverPort* calc);
     // Appends "full name : text" and a line feed to the solver's error text;
     // returns false so that an element can write `return AddCmpError(...)`.
     bool AddCmpError(CSolverPort* calc, const std::string& text) const;

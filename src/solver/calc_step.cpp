@@ -17,8 +17,6 @@ namespace qz3 {
 
 namespace {
 
-bool Simulated(const CCmp* cmp) { return cmp->model != ModelId::SubCir; }
-
 // The code that marks a silent failure of a state's routine; none for 7.
 const char* StateCode(int state) {
     switch (state) {
@@ -80,7 +78,7 @@ void CCalc::PlanStep() {
     m_StepNominal = m_StepBase;
     double first = 0.0;
     for (CCmp* cmp : m_Cmps) {
-        if (!Simulated(cmp)) continue;
+        if (cmp->IsSubCircuit()) continue;
         double next = m_NextBreak, maxStep = m_StepNominal, firstStep = 0.0;
         cmp->NextEvent(this, m_Time, &next, &maxStep, &firstStep);
         if (!std::isnan(next) && (std::isnan(m_NextBreak) || m_NextBreak > next)) m_NextBreak = next;
@@ -210,7 +208,7 @@ bool CCalc::SimStep() {
 int CCalc::TestStep(int& hit) {
     bool switched = false;
     for (CCmp* cmp : m_Cmps) {
-        if (!Simulated(cmp) || !cmp->CheckSegment(this, false)) continue;
+        if (cmp->IsSubCircuit() || !cmp->CheckSegment(this, false)) continue;
         cmp->changed = true;
         if (!m_Trigger) m_Trigger = cmp;
         m_Switched = switched = true;
@@ -219,7 +217,7 @@ int CCalc::TestStep(int& hit) {
     if (!switched) {
         m_Switched = m_JumpRequest = false;
         for (CCmp* cmp : m_Cmps) {
-            if (!Simulated(cmp)) continue;
+            if (cmp->IsSubCircuit()) continue;
             bool flag = false;
             if (!cmp->CheckState(this, false, &flag)) {
                 CodeError("1019");
@@ -304,7 +302,7 @@ bool CCalc::CommitEvent() {
 
 bool CCalc::StoreResults() {
     for (CCmp* cmp : m_Cmps)
-        if (cmp && Simulated(cmp) && !cmp->Simulate(this, PhaseHistory, m_Time)) return false;
+        if (cmp && !cmp->IsSubCircuit() && !cmp->Simulate(this, PhaseHistory, m_Time)) return false;
     bool hold = false;
     if (!Advanced().m_SBS) {
         const bool early = m_Time < m_StartTime && !TimesMeet(m_Time, m_StartTime);
@@ -316,7 +314,7 @@ bool CCalc::StoreResults() {
 bool CCalc::CheckStates(bool commit) {
     m_Switched = m_JumpRequest = false;
     for (CCmp* cmp : m_Cmps) {
-        if (!Simulated(cmp)) continue;
+        if (cmp->IsSubCircuit()) continue;
         bool flag = false;
         if (!cmp->CheckState(this, commit, &flag)) return false;
         if (!flag) continue;
