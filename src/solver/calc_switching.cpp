@@ -218,7 +218,7 @@ int CCalc::EscapeCycle() {
 
 void CCalc::WriteSnapshotToStates(const int32_t* snapshot) {
     for (int q = 0; q < m_Cmps.Count(); ++q)
-        if (Simulated(m_Cmps[q])) m_Cmps[q]->state = snapshot[q];
+        if (!m_Cmps[q]->IsSubCircuit()) m_Cmps[q]->state = snapshot[q];
 }
 
 bool CCalc::PushSnapshot() {
