@@ -78,12 +78,6 @@ bool CCmp::AddCmpError(CSolverPort* calc, const std::string& text) const {
     return false;
 }
 
-bool CCmp::FormulaFault(CSolverPort* calc, const CFormula& f, const char* paramName) const {
-    if (!f.m_Error) return false;
-    AddCmpError(calc, std::string(paramName) + " : formula error");
-    return true;
-}
-
 int CCmp::AssignBranches(CSolverPort* calc, int first) {
     const CModelInfo* row = ModelRow();
     branchCount = row ? row->branches : 0;

@@ -205,8 +205,6 @@ public:
     // Appends "full name : text" and a line feed to the solver's error text;
     // returns false so that an element can write `return AddCmpError(...)`.
     bool AddCmpError(CSolverPort* calc, const std::string& text) const;
-    // The common line for a formula: "<Name> : formula error".
-    bool FormulaFault(CSolverPort* calc, const CFormula& f, const char* name) const;
     void AllocPins(int count);
     int Node(int pin) const { return nodes[pin]; }
     // The pin groups that PhasePins writes, one per pin: pins with equal

@@ -16,6 +16,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kControlledSwitchParams;
 extern const CModelInfo kModelsSLcs[];
 extern const CModelInfo kModelsSLcs3[];
 extern const CModelInfo kModelsSVcs[];
@@ -28,7 +29,6 @@ public:
     explicit CElemCS(const CCmpType* type);
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
     bool CheckParams(CSolverPort* calc) override;
     int PinKind(int pin) const override;
     bool Simulate(CSolverPort* calc, int phase, double t) override;
@@ -41,15 +41,15 @@ public:
     // The resistance of "Steps" at step s of N.
     double StepResistance(int s) const;
 
-    CFormula threshold{0.0};
-    CFormula hysteresis{0.0};
-    CFormula width{0.1};
-    CFormula roff{1000.0};
-    CFormula ron{1.0};
-    CFormula steps{10.0};
+    CFormula threshold;
+    CFormula hysteresis;
+    CFormula width;
+    CFormula roff;
+    CFormula ron;
+    CFormula steps;
     ChoiceValue slope;  // "Linear", "Cos", "Log"
-    CFormula ramp{0.1};
-    int32_t ic = 0;
+    CFormula ramp;
+    int32_t ic;
     double tEnd = 0.0;  // next time of a timer
     int32_t step = 0;   // present step of "Steps"
     int32_t stepCount = 0;

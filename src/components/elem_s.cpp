@@ -10,31 +10,44 @@ namespace qz3 {
 
 namespace {
 
+using Time = SwitchTimeOrders<0>;
+
 }  // namespace
+
+const CParamTable kTimeSwitchParams = ParamTableOf(kSwitchTimeRows);
 
 // The second way of "S_S3" has its own unknown in every model, "Clock"
 // included, so that no way shares an unknown with another element.
 const CModelInfo kModelsSS[] = {
-    {"Off", ModelId::Off, nullptr, 0, 1, kReadVIP},    {"On", ModelId::On, nullptr, 0, 1, kReadVIP},     {"Step", ModelId::Step, nullptr, 0, 1, kReadVIP},
-    {"Single", ModelId::Single, nullptr, 0, 1, kReadVIP}, {"Pulse", ModelId::Pulse, nullptr, 0, 1, kReadVIP},   {"Clock", ModelId::Clock, nullptr, 0, 1, kReadVIP},
-    {"List", ModelId::List, nullptr, 0, 1, kReadVIP},     {"File", ModelId::File, nullptr, 0, 1, kReadVIP},     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
+    {"Off", ModelId::Off, nullptr, 0, 1, kReadVIP},
+    {"On", ModelId::On, nullptr, 0, 1, kReadVIP},
+    {"Step", ModelId::Step, Time::kStep, 0, 1, kReadVIP},
+    {"Single", ModelId::Single, Time::kSingle, 0, 1, kReadVIP},
+    {"Pulse", ModelId::Pulse, Time::kPulse, 0, 1, kReadVIP},
+    {"Clock", ModelId::Clock, Time::kClock, 0, 1, kReadVIP},
+    {"List", ModelId::List, Time::kList, 0, 1, kReadVIP},
+    {"File", ModelId::File, Time::kFile, 0, 1, kReadVIP},
+    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsSS3[] = {
-    {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},     {"Step", ModelId::Step, nullptr, 0, 2, kReadVIP},
-    {"Single", ModelId::Single, nullptr, 0, 2, kReadVIP}, {"Pulse", ModelId::Pulse, nullptr, 0, 2, kReadVIP},   {"Clock", ModelId::Clock, nullptr, 0, 2, kReadVIP},
-    {"List", ModelId::List, nullptr, 0, 2, kReadVIP},     {"File", ModelId::File, nullptr, 0, 2, kReadVIP},     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
+    {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},
+    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},
+    {"Step", ModelId::Step, Time::kStep, 0, 2, kReadVIP},
+    {"Single", ModelId::Single, Time::kSingle, 0, 2, kReadVIP},
+    {"Pulse", ModelId::Pulse, Time::kPulse, 0, 2, kReadVIP},
+    {"Clock", ModelId::Clock, Time::kClock, 0, 2, kReadVIP},
+    {"List", ModelId::List, Time::kList, 0, 2, kReadVIP},
+    {"File", ModelId::File, Time::kFile, 0, 2, kReadVIP},
+    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 
 bool CElemS::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
-    active = node->Bool("a", active != 0) ? 1 : 0;
     XmlSignal(node);
     return true;
 }
-
-CParam* CElemS::BindParams() { return BindTimeParams(); }
 
 bool CElemS::CheckParams(CSolverPort* calc) { return CheckSignal(calc); }
 

@@ -7,6 +7,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kTimeSwitchParams;
 extern const CModelInfo kModelsSS[];
 extern const CModelInfo kModelsSS3[];
 
@@ -15,7 +16,6 @@ public:
     explicit CElemS(const CCmpType* type) : CSwitchBase(type) {}
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
     bool CheckParams(CSolverPort* calc) override;
     bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;

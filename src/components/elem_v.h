@@ -24,6 +24,8 @@
 
 namespace qz3 {
 
+extern const CParamTable kVoltageSourceParams;
+extern const CParamTable kCurrentSourceParams;
 extern const CModelInfo kModelsVV[];
 extern const CModelInfo kModelsVCV[];
 extern const CModelInfo kModelsII[];
@@ -34,7 +36,6 @@ public:
     explicit CElemV(const CCmpType* type);
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
     bool CheckParams(CSolverPort* calc) override;
     int PinKind(int pin) const override;
     bool Simulate(CSolverPort* calc, int phase, double t) override;
@@ -48,7 +49,7 @@ public:
     // A waveform of CSignal ("Function" included).
     bool IsTimeModel() const;
 
-    CFormula value{10.0};  // V or I, key "v"
+    CFormula value;  // V or I, key "v"
     CSignal signal;
     double tEnd = 0.0;         // "One-shot": end of the pulse
     double lastSourceTime = 0.0;  // time of the last PhaseSources
@@ -63,7 +64,6 @@ private:
     bool StampConstant(CSolverPort* calc, double v);
     bool Sources(CSolverPort* calc, double t);
     void SetPinGroups();
-    bool CheckOneShot(const char* letter, CSolverPort* calc);
     // Control voltage minus the logic threshold.
     double Control(const CSolverPort* calc) const;
     void CheckControl(CSolverPort* calc, bool commit, bool* changedOut);

@@ -133,7 +133,8 @@ void BindParamRows(CCmp* cmp, std::vector<CParam>& bound) {
 void InitParamRows(CCmp* cmp) {
     const CParamTable* table = TableOf(cmp);
     if (!table) return;
-    for (int i = 0; i < table->count; ++i) InitRow(table->rows[i], table->rows[i].member(cmp));
+    for (int i = 0; i < table->count; ++i)
+        if (!table->rows[i].embedded) InitRow(table->rows[i], table->rows[i].member(cmp));
 }
 
 void XmlParamRows(CCmp* cmp, CXmlNode* node) {
@@ -161,6 +162,9 @@ bool CheckParamRows(CCmp* cmp, CSolverPort* calc) {
         check.Param(f, row.CheckName());
         for (int t = 0; t < row.testCount; ++t)
             check.Fault(ParamTestFails(row.tests[t], f.m_Value), ParamTestLine(row.tests[t], row.CheckName()));
+        if (!row.rule) continue;
+        const char* fault = row.rule(cmp, f.m_Value);
+        check.Fault(fault != nullptr, std::string(row.CheckName()) + (fault ? fault : ""));
     }
     return check.Ok();
 }

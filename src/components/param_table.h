@@ -26,6 +26,7 @@
 // and in elem_set.cpp one row: {"X_X", TypeId::..., &CreateElement<CElemX>, 2, ..., kModelsX, &kXParams, ...}.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -50,6 +51,23 @@ template <size_t N>
 constexpr CParamTable ParamTableOf(const CParamRow (&rows)[N]) {
     static_assert(N < kEndOfRows, "a table has fewer rows than the end mark");
     return {rows, static_cast<int>(N)};
+}
+
+template <size_t N>
+constexpr CParamTable ParamTableOf(const std::array<CParamRow, N>& rows) {
+    static_assert(N < kEndOfRows, "a table has fewer rows than the end mark");
+    return {rows.data(), static_cast<int>(N)};
+}
+
+// One table from rows of the class and rows it shares with another class
+// (the shared ones then start at index N).
+template <size_t N, size_t M>
+constexpr std::array<CParamRow, N + M> JoinRows(const std::array<CParamRow, N>& own,
+                                                const std::array<CParamRow, M>& shared) {
+    std::array<CParamRow, N + M> rows{};
+    for (size_t i = 0; i < N; ++i) rows[i] = own[i];
+    for (size_t i = 0; i < M; ++i) rows[N + i] = shared[i];
+    return rows;
 }
 
 namespace param_detail {

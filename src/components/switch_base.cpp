@@ -6,43 +6,11 @@
 
 namespace qz3 {
 
-namespace {
-
-CParam s_ParamsStep[] = {{kParamFormula, "Delay", "s"}, {kParamOnOff, "Active"}, {}};
-CParam s_ParamsSingle[] = {{kParamFormula, "Width", "s"}, {kParamFormula, "Delay", "s"}, {kParamOnOff, "Active"}, {}};
-CParam s_ParamsPulse[] = {{kParamFormula, "Period", "s"},
-                          {kParamFormula, "Width", "s"},
-                          {kParamFormula, "Delay", "s"},
-                          {kParamOnOff, "Active"},
-                          {}};
-CParam s_ParamsClock[] = {{kParamFormula, "Period", "s"},
-                          {kParamFormula, "Step", "s"},
-                          {kParamFormula, "Delay", "s"},
-                          {kParamOnOff, "Active"},
-                          {}};
-CParam s_ParamsList[] = {{kParamList, "List"}, {kParamYesNo, "Cycle"}, {kParamFormula, "Delay", "s"}, {}};
-CParam s_ParamsFile[] = {{kParamFile, "File"}, {kParamYesNo, "Cycle"}, {kParamFormula, "Delay", "s"}, {}};
-
-}  // namespace
-
 CSwitchBase::CSwitchBase(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), signal(this) {}
 
 bool CSwitchBase::IsTimeModel(ModelId number) {
     return number == ModelId::Step || number == ModelId::Single || number == ModelId::Pulse || number == ModelId::Clock || number == ModelId::List ||
            number == ModelId::File;
-}
-
-CParam* CSwitchBase::BindTimeParams() {
-    CSignal& s = signal;
-    switch (model) {
-        case ModelId::Step: return qz3::BindParams(s_ParamsStep, {&s.m_Delay, &active});
-        case ModelId::Single: return qz3::BindParams(s_ParamsSingle, {&s.m_Width, &s.m_Delay, &active});
-        case ModelId::Pulse: return qz3::BindParams(s_ParamsPulse, {&s.m_Period, &s.m_Width, &s.m_Delay, &active});
-        case ModelId::Clock: return qz3::BindParams(s_ParamsClock, {&s.m_Period, &s.m_ClockStep, &s.m_Delay, &active});
-        case ModelId::List: return qz3::BindParams(s_ParamsList, {&s.m_List, &cycle, &s.m_Delay});
-        case ModelId::File: return qz3::BindParams(s_ParamsFile, {&s.m_File, &cycle, &s.m_Delay});
-        default: return nullptr;
-    }
 }
 
 void CSwitchBase::XmlSignal(CXmlNode* node) {

@@ -38,6 +38,9 @@ std::string ParamTestLine(ParamTest test, const std::string& name);
 
 // The member a row stands for, found from the component that owns it.
 using ParamMember = void* (*)(void* owner);
+// A test that needs more than the value (another parameter of the owner):
+// the text behind the name for a fault (" <= 0"), or null.
+using ParamRule = const char* (*)(const void* owner, double value);
 
 struct CParamRow {
     static constexpr int kMaxTests = 3;
@@ -62,8 +65,13 @@ struct CParamRow {
     // The formula may be left empty, its value then NaN ("no initial
     // condition").
     bool blank = false;
+    // Runs after the tests.
+    ParamRule rule = nullptr;
     // The name in the check lines, where it differs from `name`.
     const char* checkName = nullptr;
+    // The member belongs to an embedded object (a signal generator) that
+    // sets its own start value and keeps its own file keys.
+    bool embedded = false;
     // The child node that holds the key ("Signal"); null: the component's
     // own node.
     const char* child = nullptr;
@@ -135,6 +143,33 @@ constexpr CParamRow TableRow(const char* name, const char* key, ParamMember memb
     row.unit = "";
     row.key = key;
     row.member = member;
+    return row;
+}
+
+// A member of an embedded object: bound and shown like any row, while its
+// start value, file keys and (unless tests are given) checks stay with the
+// object.
+constexpr CParamRow EmbeddedRow(uint32_t kind, const char* name, const char* unit, ParamMember member,
+                                std::initializer_list<ParamTest> tests = {}) {
+    CParamRow row;
+    row.kind = kind;
+    row.name = name;
+    row.unit = unit;
+    row.member = member;
+    row.embedded = true;
+    row.checked = tests.size() > 0;
+    return WithTests(row, tests);
+}
+
+// The same row, looked at by CheckParams with these tests.
+constexpr CParamRow Checked(CParamRow row, std::initializer_list<ParamTest> tests) {
+    row.checked = true;
+    return WithTests(row, tests);
+}
+
+// The same row with a test that also looks at the owner.
+constexpr CParamRow WithRule(CParamRow row, ParamRule rule) {
+    row.rule = rule;
     return row;
 }
 
