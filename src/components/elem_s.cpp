@@ -18,30 +18,17 @@ const CParamTable kTimeSwitchParams = ParamTableOf(kSwitchTimeRows);
 
 // The second way of "S_S3" has its own unknown in every model, "Clock"
 // included, so that no way shares an unknown with another element.
-const CModelInfo kModelsSS[] = {
-    {"Off", ModelId::Off, nullptr, 0, 1, kReadVIP},
-    {"On", ModelId::On, nullptr, 0, 1, kReadVIP},
-    {"Step", ModelId::Step, Time::kStep, 0, 1, kReadVIP},
-    {"Single", ModelId::Single, Time::kSingle, 0, 1, kReadVIP},
-    {"Pulse", ModelId::Pulse, Time::kPulse, 0, 1, kReadVIP},
-    {"Clock", ModelId::Clock, Time::kClock, 0, 1, kReadVIP},
-    {"List", ModelId::List, Time::kList, 0, 1, kReadVIP},
-    {"File", ModelId::File, Time::kFile, 0, 1, kReadVIP},
-    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
-    {},
-};
-const CModelInfo kModelsSS3[] = {
-    {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},
-    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},
-    {"Step", ModelId::Step, Time::kStep, 0, 2, kReadVIP},
-    {"Single", ModelId::Single, Time::kSingle, 0, 2, kReadVIP},
-    {"Pulse", ModelId::Pulse, Time::kPulse, 0, 2, kReadVIP},
-    {"Clock", ModelId::Clock, Time::kClock, 0, 2, kReadVIP},
-    {"List", ModelId::List, Time::kList, 0, 2, kReadVIP},
-    {"File", ModelId::File, Time::kFile, 0, 2, kReadVIP},
-    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
-    {},
-};
+#define QZ3_TIME_SWITCH_MODELS(b)                                                                                  \
+    {"Off", ModelId::Off, nullptr, 0, b, kReadVIP}, {"On", ModelId::On, nullptr, 0, b, kReadVIP},                   \
+        {"Step", ModelId::Step, Time::kStep, 0, b, kReadVIP}, {"Single", ModelId::Single, Time::kSingle, 0, b, kReadVIP}, \
+        {"Pulse", ModelId::Pulse, Time::kPulse, 0, b, kReadVIP}, {"Clock", ModelId::Clock, Time::kClock, 0, b, kReadVIP}, \
+        {"List", ModelId::List, Time::kList, 0, b, kReadVIP}, {"File", ModelId::File, Time::kFile, 0, b, kReadVIP},       \
+        {"SubCir", ModelId::SubCir, nullptr, 0, 0}, {}
+
+const CModelInfo kModelsSS[] = {QZ3_TIME_SWITCH_MODELS(1)};
+const CModelInfo kModelsSS3[] = {QZ3_TIME_SWITCH_MODELS(2)};
+
+#undef QZ3_TIME_SWITCH_MODELS
 
 bool CElemS::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);

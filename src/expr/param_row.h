@@ -84,26 +84,29 @@ constexpr CParamRow WithTests(CParamRow row, std::initializer_list<ParamTest> te
     return row;
 }
 
-// A number or live formula (CFormula).
-constexpr CParamRow FormulaRow(const char* name, const char* unit, const char* key, ParamMember member,
-                               double initial, std::initializer_list<ParamTest> tests = {}) {
+// The columns every row has.
+constexpr CParamRow BasicRow(uint32_t kind, const char* name, const char* unit, const char* key,
+                             ParamMember member) {
     CParamRow row;
-    row.kind = kParamFormula;
+    row.kind = kind;
     row.name = name;
     row.unit = unit;
     row.key = key;
     row.member = member;
+    return row;
+}
+
+// A number or live formula (CFormula).
+constexpr CParamRow FormulaRow(const char* name, const char* unit, const char* key, ParamMember member,
+                               double initial, std::initializer_list<ParamTest> tests = {}) {
+    CParamRow row = BasicRow(kParamFormula, name, unit, key, member);
     row.initial = initial;
     return WithTests(row, tests);
 }
 
 // "On"/"Off", "Yes"/"No" or "Low"/"High" (an int32 flag).
 constexpr CParamRow FlagRow(uint32_t kind, const char* name, const char* key, ParamMember member, double initial) {
-    CParamRow row;
-    row.kind = kind;
-    row.name = name;
-    row.key = key;
-    row.member = member;
+    CParamRow row = BasicRow(kind, name, nullptr, key, member);
     row.initial = initial;
     return row;
 }
@@ -111,11 +114,7 @@ constexpr CParamRow FlagRow(uint32_t kind, const char* name, const char* key, Pa
 // One of a list of words (ChoiceValue), stored in the file as its index.
 constexpr CParamRow ChoiceRow(const char* name, const char* key, ParamMember member, const char* const* items,
                               int initial) {
-    CParamRow row;
-    row.kind = kParamChoice;
-    row.name = name;
-    row.key = key;
-    row.member = member;
+    CParamRow row = BasicRow(kParamChoice, name, nullptr, key, member);
     row.items = items;
     row.initial = initial;
     return row;
@@ -124,11 +123,7 @@ constexpr CParamRow ChoiceRow(const char* name, const char* key, ParamMember mem
 // A text of one of the text kinds (a list, a file name, a function).
 constexpr CParamRow TextRow(uint32_t kind, const char* name, const char* key, ParamMember member,
                             const char* initial) {
-    CParamRow row;
-    row.kind = kind;
-    row.name = name;
-    row.key = key;
-    row.member = member;
+    CParamRow row = BasicRow(kind, name, nullptr, key, member);
     row.initialText = initial;
     return row;
 }
@@ -137,13 +132,7 @@ constexpr CParamRow TextRow(uint32_t kind, const char* name, const char* key, Pa
 // came from under key + "f", its mode under key + "m", in the file only
 // while the present model shows the table.
 constexpr CParamRow TableRow(const char* name, const char* key, ParamMember member) {
-    CParamRow row;
-    row.kind = kParamPwl;
-    row.name = name;
-    row.unit = "";
-    row.key = key;
-    row.member = member;
-    return row;
+    return BasicRow(kParamPwl, name, "", key, member);
 }
 
 // A member of an embedded object: bound and shown like any row, while its
@@ -151,11 +140,7 @@ constexpr CParamRow TableRow(const char* name, const char* key, ParamMember memb
 // object.
 constexpr CParamRow EmbeddedRow(uint32_t kind, const char* name, const char* unit, ParamMember member,
                                 std::initializer_list<ParamTest> tests = {}) {
-    CParamRow row;
-    row.kind = kind;
-    row.name = name;
-    row.unit = unit;
-    row.member = member;
+    CParamRow row = BasicRow(kind, name, unit, nullptr, member);
     row.embedded = true;
     row.checked = tests.size() > 0;
     return WithTests(row, tests);
