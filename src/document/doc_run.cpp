@@ -54,7 +54,7 @@ bool CDoc::Start() {
     m_Cmps->EvalParams();
     calc.BeginRun(true);
     if (!calc.StartRun()) {
-        calc.CodeError("1028");
+        calc.CodeError(ErrorMark::StartRun);
         return RunFailed();
     }
     // The operating point belongs to the start, not to the first step.

@@ -30,7 +30,9 @@
 #include <vector>
 
 #include "base/list.h"
+#include "components/cmp.h"
 #include "components/solver_port.h"
+#include "solver/error_mark.h"
 #include "document/settings.h"
 
 namespace qz3 {
@@ -95,7 +97,8 @@ public:
     void AddError(const std::string& text);
     bool CmpError(const CCmp* cmp, const char* text) override;
     bool TraceError(const CTrace* trace, const char* text);
-    void CodeError(const char* code);
+    // "Unknown error <mark>" unless a text is there already.
+    void CodeError(ErrorMark mark);
 
     // ---- node numbering (calc_nodes.cpp)
     bool AddNodePair(int a, int b);
@@ -219,13 +222,6 @@ public:
     static bool TimesMeet(double a, double b);
     // The process clock in milliseconds.
     static int32_t ClockMs();
-
-    // Phases of an element's Simulate, as the walks pass them.
-    enum {
-        PhaseInit = 0, PhaseReset = 1, PhaseStore = 2, PhaseCheckIC = 4, PhaseStamp = 5,
-        PhaseEval = 6, PhaseSources = 7, PhaseHistory = 9, PhaseSample = 11,
-        PhaseLinearize = 12, PhaseFloat = 13, PhasePins = 14
-    };
 
     // ---- fields of the run; those that elements read are kept by the port
     using CSolverPort::m_Doc;

@@ -49,17 +49,17 @@ bool CCalc::StartRun() {
         m_Cmps.Clear();
         m_MaxNode = 0;
         if (!PrepareCmps()) {
-            CodeError("1008");
+            CodeError(ErrorMark::PrepareComponents);
             return false;
         }
         MergeNodes();
         if (!AllocMatrices()) {
-            CodeError("1009");
+            CodeError(ErrorMark::AllocateMatrices);
             return false;
         }
     }
     if ((m_Changes & 6) && !PrepareTraces()) {
-        CodeError("1010");
+        CodeError(ErrorMark::PrepareTraces);
         return false;
     }
     m_StepNominal = m_StepFirstPrev = m_StepFirst = m_StepMin = m_StepBase;

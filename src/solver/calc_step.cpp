@@ -17,16 +17,16 @@ namespace qz3 {
 
 namespace {
 
-// The code that marks a silent failure of a state's routine; none for 7.
-const char* StateCode(int state) {
+// The mark of a silent failure of a state's routine; none for the edge step.
+ErrorMark StateMark(int state) {
     switch (state) {
-        case CCalc::StateIC: return "1002";
-        case CCalc::StateReIC: return "1003";
-        case CCalc::StateFirst: return "1004";
-        case CCalc::StateEuler: return "1005";
-        case CCalc::StateFactor: return "1006";
-        case CCalc::StateTrap: return "1007";
-        default: return nullptr;
+        case CCalc::StateIC: return ErrorMark::InitialState;
+        case CCalc::StateReIC: return ErrorMark::RepeatInitialState;
+        case CCalc::StateFirst: return ErrorMark::FirstStep;
+        case CCalc::StateEuler: return ErrorMark::EulerStep;
+        case CCalc::StateFactor: return ErrorMark::Factorisation;
+        case CCalc::StateTrap: return ErrorMark::TrapezoidalStep;
+        default: return ErrorMark::None;
     }
 }
 
@@ -59,14 +59,14 @@ bool CCalc::RunState() {
         case StateEdge: ok = SimStep(); break;
         default:
             if (!StartRun()) {
-                CodeError("1001");
+                CodeError(ErrorMark::Restart);
                 return false;
             }
             m_Error.clear();
             return true;
     }
     if (!ok) {
-        if (const char* code = StateCode(state)) CodeError(code);
+        if (const ErrorMark mark = StateMark(state); mark != ErrorMark::None) CodeError(mark);
         return false;
     }
     m_Error.clear();
@@ -143,21 +143,21 @@ bool CCalc::TakeStep() {
             if (!FactorTrap()) return false;
             m_State = StateTrap;
             if (!StepTrapFast()) {
-                CodeError("1015");
+                CodeError(ErrorMark::FirstFastStep);
                 return false;
             }
             return true;
         case StateTrap:
             if (StepTrapFast()) return true;
-            CodeError("1016");
+            CodeError(ErrorMark::FastStep);
             return false;
         case StateEdge:
             if (StepTrap()) return true;
-            CodeError("1017");
+            CodeError(ErrorMark::EdgeStep);
             return false;
         default:
             if (StepEuler()) return true;
-            CodeError("1018");
+            CodeError(ErrorMark::StepEuler);
             return false;
     }
 }
@@ -167,7 +167,7 @@ bool CCalc::SimStep() {
     std::memcpy(VecXPrev, VecX, m * sizeof(double));
     std::memcpy(VecEPrev, VecE, n * sizeof(double));
     if (!RunPhase(PhaseEval, m_Time)) {
-        CodeError("1014");
+        CodeError(ErrorMark::EvaluateFunctions);
         return false;
     }
     const double b = m_NextBreak;
@@ -220,7 +220,7 @@ int CCalc::TestStep(int& hit) {
             if (cmp->IsSubCircuit()) continue;
             bool flag = false;
             if (!cmp->CheckState(this, false, &flag)) {
-                CodeError("1019");
+                CodeError(ErrorMark::TestStates);
                 return -1;
             }
             if (flag) {
@@ -247,7 +247,7 @@ bool CCalc::AcceptStep(int& hit, bool& done) {
     }
     done = true;
     if (!StoreResults()) {
-        CodeError("1020");
+        CodeError(ErrorMark::StoreStep);
         return false;
     }
     if (m_State != StateEuler) return true;
@@ -267,7 +267,7 @@ bool CCalc::BracketEvent(int& hit, bool& located) {
     }
     if (m_Step <= 1.5 * m_StepMin) {
         if (hit == 2 && !StoreResults()) {
-            CodeError("1023");
+            CodeError(ErrorMark::StoreEvent);
             return false;
         }
         m_StepFirst = m_StepNominal * FirstStepFactor();
@@ -280,11 +280,11 @@ bool CCalc::BracketEvent(int& hit, bool& located) {
     std::memcpy(VecEPrev, VecE, static_cast<size_t>(m_Size) * sizeof(double));
     if (m_State == StateEdge) {
         if (StepTrap()) return true;
-        CodeError("1021");
+        CodeError(ErrorMark::RetryEdgeStep);
         return false;
     }
     if (StepEuler()) return true;
-    CodeError("1022");
+    CodeError(ErrorMark::RetryEulerStep);
     return false;
 }
 
@@ -292,7 +292,7 @@ bool CCalc::BracketEvent(int& hit, bool& located) {
 bool CCalc::CommitEvent() {
     if (m_State != StateIdle) RunPhase(PhaseStore, 0.0);
     if (!CheckStates(true)) {
-        CodeError("1024");
+        CodeError(ErrorMark::CommitEvent);
         return false;
     }
     if (m_State != StateReIC) m_State = StateFirst;

@@ -57,15 +57,15 @@ bool CCalc::PrepareCmpList(CCmps* list) {
         if (cmp->IsSubCircuit()) {
             // Flattening of subcircuits joins the library with the hierarchy.
             CmpError(cmp, "subcircuits not available in this build");
-            CodeError("1025");
+            CodeError(ErrorMark::Subcircuit);
             return false;
         }
         if (!cmp->PrepareModelTable(this)) {
-            CodeError("1026");
+            CodeError(ErrorMark::ComponentTable);
             return false;
         }
         if (!cmp->Simulate(this, PhaseInit, m_Time)) {
-            CodeError("1027");
+            CodeError(ErrorMark::ComponentInit);
             return false;
         }
         cmp->lastModel = cmp->model;
