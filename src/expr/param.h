@@ -15,6 +15,8 @@
 #include <cstdint>
 #include <string>
 
+#include "base/change_bits.h"
+
 namespace qz3 {
 
 class CDoc;
@@ -44,9 +46,6 @@ enum ParamKind : uint32_t {
     kParamRoots = 20,     // roots text
 };
 
-// Bit of CCalc::m_Changes that a changed parameter sets: the next step
-// rebuilds the equations at the present time.
-constexpr uint32_t kChangeParams = 4;
 
 // An enumeration value: Items is a null-terminated array of words.
 struct ChoiceValue {

@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "base/change_bits.h"
 #include "solver/calc.h"
 
 namespace qz3 {
@@ -31,7 +32,7 @@ void CCalc::BeginRun(bool transient) {
     m_State = 0;
     m_EulerCount = 0;
     m_EulerTarget = 0;
-    m_Changes = 65535;
+    m_Changes = kChangeAll;
     m_FirstStore = true;
     LoadRunSettings();
     std::srand(static_cast<unsigned>(std::time(nullptr)));
@@ -45,7 +46,7 @@ bool CCalc::StartRun() {
         SetError("step <= 0");
         return false;
     }
-    if (m_Changes & 4) {
+    if (m_Changes & kChangeParams) {
         m_Cmps.Clear();
         m_MaxNode = 0;
         if (!PrepareCmps()) {
@@ -58,7 +59,7 @@ bool CCalc::StartRun() {
             return false;
         }
     }
-    if ((m_Changes & 6) && !PrepareTraces()) {
+    if ((m_Changes & (kChangeTraces | kChangeParams)) && !PrepareTraces()) {
         CodeError(ErrorMark::PrepareTraces);
         return false;
     }

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 
+#include "base/change_bits.h"
 #include "components/cmp.h"
 #include "solver/calc.h"
 #include "solver/run_traces.h"
@@ -35,7 +36,7 @@ ErrorMark StateMark(int state) {
 bool CCalc::StepOnce() {
     m_Ticks = ClockMs();
     m_Error.clear();
-    if (m_Changes == 2) {
+    if (m_Changes == kChangeTraces) {  // only the traces changed
         if (!PrepareTraces()) return false;
         m_Changes = 0;
     } else if (m_Changes != 0) {
