@@ -2,6 +2,7 @@
 // step, read its time, and keep its state as initial conditions.
 #include <string>
 
+#include "base/change_bits.h"
 #include "api/error_channel.h"
 #include "api/registry.h"
 #include "components/cmps.h"
@@ -91,7 +92,7 @@ QZ3_API int QZ3_SetStep(int ncir, double step) {
         if (!(step > 0)) return Fail("step <= 0");
         doc->KeepRunState();
         doc->m_TranSettings.m_Step = step;
-        doc->m_Calc->m_Changes |= 4;
+        doc->m_Calc->m_Changes |= qz3::kChangeParams;
         return qz3::api::Succeed(0);
     });
 }

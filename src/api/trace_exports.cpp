@@ -2,6 +2,7 @@
 // host, and reads of what a run recorded, transient and AC alike.
 #include <string>
 
+#include "base/change_bits.h"
 #include "api/error_channel.h"
 #include "api/registry.h"
 #include "components/calc_link.h"
@@ -136,7 +137,7 @@ QZ3_API int QZ3_DeleteTrace(int ncir, int ntrace) {
             return -1;
         }
         doc->m_Tran->DeleteTrace(trace, *list);
-        if (CCalc* calc = DocCalc(doc)) calc->m_Changes |= 2;
+        if (CCalc* calc = DocCalc(doc)) calc->m_Changes |= kChangeTraces;
         return Succeed(0);
     });
 }

@@ -11,11 +11,11 @@ namespace qz3 {
 // The one place that hands out a document's solver to components and parameters.
 CCalc* DocCalc(CDoc* doc) { return doc ? doc->m_Calc.get() : nullptr; }
 
-void AppendSolverError(CCalc* calc, const std::string& text) {
-    if (calc) calc->m_Error += text;
+void AppendSolverError(CSolverPort* calc, const std::string& text) {
+    if (calc) calc->AppendError(text);
 }
 
-bool ReportCmpError(CCalc* calc, const CCmp* cmp, const std::string& text) {
+bool ReportCmpError(CSolverPort* calc, const CCmp* cmp, const std::string& text) {
     AppendSolverError(calc, (cmp ? cmp->FullName() : std::string()) + " : " + text + "\n");
     return false;
 }

@@ -9,6 +9,7 @@
 namespace qz3 {
 
 class CCalc;
+class CSolverPort;
 class CCmp;
 class CDoc;
 class CCmps;
@@ -16,9 +17,9 @@ class CCmps;
 // The document's solver, or null while a document runs without one.
 CCalc* DocCalc(CDoc* doc);
 // Appends text to the solver's m_Error (nothing for a null solver).
-void AppendSolverError(CCalc* calc, const std::string& text);
+void AppendSolverError(CSolverPort* calc, const std::string& text);
 // "full name : text" and a line feed into the solver's error text; false.
-bool ReportCmpError(CCalc* calc, const CCmp* cmp, const std::string& text);
+bool ReportCmpError(CSolverPort* calc, const CCmp* cmp, const std::string& text);
 // The logic levels "low", "high" and the threshold of a document's
 // settings; false without a document.
 bool DocLogicLevels(CDoc* doc, double& low, double& high, double& threshold);

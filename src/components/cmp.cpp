@@ -54,6 +54,16 @@ CParam* CCmp::ParamTable() {
     return BindParams();
 }
 
+bool CCmp::PrepareModelTable(CSolverPort* calc) { return model != ModelId::Pwl || pwl.Prepare(calc); }
+
+CParam* CCmp::BindParams() {
+    if (m_BoundParams.empty() || m_BoundModel != model) {
+        BindParamRows(this, m_BoundParams);
+        m_BoundModel = model;
+    }
+    return m_BoundParams.empty() ? nullptr : m_BoundParams.data();
+}
+
 CParam* CCmp::FindParam(const std::string& paramName) { return FindParamRow(ParamTable(), paramName); }
 
 bool CCmp::IsDisconnected() const {
@@ -63,25 +73,19 @@ bool CCmp::IsDisconnected() const {
     return true;
 }
 
-bool CCmp::AddCmpError(CCalc* calc, const std::string& text) const {
+bool CCmp::AddCmpError(CSolverPort* calc, const std::string& text) const {
     AppendSolverError(calc, FullName() + " : " + text + "\n");
     return false;
 }
 
-bool CCmp::FormulaFault(CCalc* calc, const CFormula& f, const char* paramName) const {
-    if (!f.m_Error) return false;
-    AddCmpError(calc, std::string(paramName) + " : formula error");
-    return true;
-}
-
-int CCmp::AssignBranches(CCalc* calc, int first) {
+int CCmp::AssignBranches(CSolverPort* calc, int first) {
     const CModelInfo* row = ModelRow();
     branchCount = row ? row->branches : 0;
     firstBranch = branchCount > 0 ? first : 0;
     return branchCount;
 }
 
-bool CCmp::GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) {
+bool CCmp::GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) {
     *nodeA = pinCount > 0 ? nodes[0] : -1;
     *nodeB = pinCount > 1 ? nodes[1] : -1;
     *branch = firstBranch;
@@ -89,7 +93,7 @@ bool CCmp::GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* bra
     return true;
 }
 
-void CCmp::GetTraceValue(CCalc* calc, int kind, double* value, double* value2) {
+void CCmp::GetTraceValue(CSolverPort* calc, int kind, double* value, double* value2) {
     *value = 0.0;
     *value2 = 0.0;
 }
@@ -117,13 +121,9 @@ bool CCmp::Xml(CXmlNode* node, bool modelOnly) {
         XmlNodes(node);
         XmlModel(node);
     }
-    if (model == ModelId::Pwl) {
-        pwl.m_Text = node->Str("pwl", pwl.m_Text);
-        pwl.m_FileName = node->Str("pwlf", pwl.m_FileName);
-        pwl.m_FileMode = node->Int("pwlm", pwl.m_FileMode);
-    }
     XmlStates(node);
     XmlAttachment(node);
+    XmlParamRows(this, node);
     return true;
 }
 

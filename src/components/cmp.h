@@ -6,16 +6,18 @@
 // its model number, a row of the descriptor's CModelInfo table ("R" is 12).
 // One element class serves many types and models and branches on the two.
 //
-// Recipe: how an element implements its phases.
-//   1. Members: parameters are CFormula (kind 13), CPWL or plain numbers,
-//      with defaults set in the constructor, never in the file reader.
-//   2. One static CParam table per model, and one CModelInfo row per model
-//      in the type's descriptor (elem_set.cpp). BindParams re-points the
-//      current model's table at this component and returns it.
-//   3. Xml(node, modelOnly): call CCmp::Xml first, then one two-way line per
-//      file key: `r = ...; node->Val("r", r);` serves load and save alike.
-//   4. CheckParams(calc): per parameter, "<Name> : formula error" if its
-//      formula failed, else the value checks; lines through AddCmpError.
+// Recipe: how an element implements its phases (src/components/README.md
+// walks through the resistor).
+//   1. Members: parameters are CFormula (kind 13), CPWL, flags, choices or
+//      texts; plain numbers hold the dynamic state.
+//   2. One parameter table for the class (param_table.h): a row per
+//      parameter with its name, unit, file key, default, tests and member.
+//      Each CModelInfo row lists the rows its model shows. That is all the
+//      text access, the file keys, the defaults and the check lines need.
+//   3. Xml(node, modelOnly): only for what no row says (a fix-up after
+//      loading); call CCmp::Xml first.
+//   4. CheckParams(calc): only for rules that join parameters; call
+//      CheckParamRows for the rows' lines.
 //   5. AssignBranches: the extra unknowns the present model needs.
 //   6. Simulate(calc, phase, t): handle the phases you need, return true for
 //      the rest. PhaseInit sets `state` (and prepares tables), PhaseStamp
@@ -23,20 +25,24 @@
 //      reports which pins are joined inside the element.
 //   7. A PWL element reports SegmentRange and CheckSegment (searched by the
 //      solver) or CheckState (followed at the state check).
-// A failing Simulate returns false with its text in the solver's m_Error.
+// The element talks to the solver only through CSolverPort (stamps,
+// solution reads, reports). A failing Simulate returns false with its text
+// in the solver's error text.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "base/list.h"
 #include "base/type_ids.h"
+#include "components/param_table.h"
 #include "expr/param.h"
 #include "waveforms/pwl.h"
 
 namespace qz3 {
 
-class CCalc;
+class CSolverPort;
 class CCmp;
 class CCmps;
 class CXmlNode;
@@ -87,7 +93,9 @@ constexpr uint32_t kReadVIP = kReadV | kReadI | kReadP;
 struct CModelInfo {
     const char* name = nullptr;
     ModelId model = ModelId::None;
-    CParam* params = nullptr;
+    // The rows of the class's parameter table this model shows, in the
+    // order the host sees them, ended by kEndOfRows; null for none.
+    const uint8_t* params = nullptr;
     int editorPos = 0;
     int branches = 0;
     uint32_t flags = 0;
@@ -114,6 +122,8 @@ struct CCmpType {
     const char* symbol = nullptr;
     const CViewInfo* views = nullptr;
     const CModelInfo* models = nullptr;
+    // Every parameter of the class, in the order of file keys and checks.
+    const CParamTable* params = nullptr;
     int editorMode = 0;
     const char* title = nullptr;
     int symbolBox[8] = {};
@@ -140,24 +150,28 @@ public:
     virtual void BeginCustom() {}
     virtual void EndCustom() {}
     virtual bool Xml(CXmlNode* node, bool modelOnly);
-    virtual CParam* BindParams() { return nullptr; }
-    virtual bool CheckParams(CCalc* calc) { return true; }
+    // The present model's rows of the class's parameter table, bound to
+    // this component; null for a model without parameters.
+    virtual CParam* BindParams();
+    // The check lines of the parameter table; a class with rules that join
+    // several parameters adds them behind.
+    virtual bool CheckParams(CSolverPort* calc) { return CheckParamRows(this, calc); }
     virtual int PinKind(int pin) const { return kPinAnalog; }
-    virtual int AssignBranches(CCalc* calc, int first);
+    virtual int AssignBranches(CSolverPort* calc, int first);
     virtual int BranchIndex(int n) const { return firstBranch + n; }
     virtual std::string PinName(int pin) const { return {}; }
-    virtual bool Simulate(CCalc* calc, int phase, double t) { return true; }
+    virtual bool Simulate(CSolverPort* calc, int phase, double t) { return true; }
     virtual std::string GetState() { return {}; }
     virtual std::string SaveIC(std::string& out, int index, bool apply) { return {}; }
-    virtual bool CheckState(CCalc* calc, bool commit, bool* changed) { return true; }
-    virtual void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {}
-    virtual bool GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r);
-    virtual void GetTraceValue(CCalc* calc, int kind, double* value, double* value2);
+    virtual bool CheckState(CSolverPort* calc, bool commit, bool* changed) { return true; }
+    virtual void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {}
+    virtual bool GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r);
+    virtual void GetTraceValue(CSolverPort* calc, int kind, double* value, double* value2);
     virtual void Transform(const CTransform& edit) {}
     virtual void* ICMemory(int op) { return nullptr; }
     virtual bool SegmentRange(int* first, int* last) { return false; }
     virtual void ReservedOp() {}
-    virtual bool CheckSegment(CCalc* calc, bool commit) { return false; }
+    virtual bool CheckSegment(CSolverPort* calc, bool commit) { return false; }
     virtual bool NextView(int delta);
     virtual bool IsOn() const { return false; }
 
@@ -180,13 +194,25 @@ public:
     const CModelInfo* FindModel(const std::string& name, bool ignoreCase) const;
     // All pins unconnected: the component takes no part in a run.
     bool IsDisconnected() const;
+    // A subcircuit stands in for the element: the solver walks its
+    // flattened content and never this component's phases.
+    bool IsSubCircuit() const { return model == ModelId::SubCir; }
+    // The model changed since the last run that started.
+    bool ModelChanged() const { return model != lastModel; }
+    // Before PhaseInit: the model's own piecewise-linear table is loaded
+    // ("PWL"); false with the text in the solver.
+    bool PrepareModelTable(CSolverPort* calc);
     // Appends "full name : text" and a line feed to the solver's error text;
     // returns false so that an element can write `return AddCmpError(...)`.
-    bool AddCmpError(CCalc* calc, const std::string& text) const;
-    // The common line for a formula: "<Name> : formula error".
-    bool FormulaFault(CCalc* calc, const CFormula& f, const char* name) const;
+    bool AddCmpError(CSolverPort* calc, const std::string& text) const;
     void AllocPins(int count);
     int Node(int pin) const { return nodes[pin]; }
+    // The pin groups that PhasePins writes, one per pin: pins with equal
+    // non-zero numbers are joined by a conducting path inside the element;
+    // 0 marks a pin the element drives itself. They are kept in the second
+    // half of `nodes`, which is allocated for both.
+    int* PinGroups() { return nodes + pinCount; }
+    const int* PinGroups() const { return nodes + pinCount; }
 
     CCmps* owner = nullptr;
     const CCmpType* typeInfo = nullptr;
@@ -236,6 +262,10 @@ private:
     void XmlAttachment(CXmlNode* node);
     void ClearFileContent();
 
+    // The bound rows of m_BoundModel; rebuilt when the model changes, so
+    // a row handed out stays valid as long as the model does.
+    std::vector<CParam> m_BoundParams;
+    ModelId m_BoundModel = ModelId::None;
     TStringList m_FileAttrs;           // name, value, name, value, as loaded
     TList<CXmlNode> m_FileChildren;    // owned copies of the loaded children
 };

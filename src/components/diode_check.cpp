@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -14,19 +14,18 @@ bool Move(bool commit, int* state, int to) {
 }
 
 // x[b] - x[a] - level, each sum snapped to zero when it cancels.
-double Excess(const CCalc* calc, int a, int b, double level) {
-    const double* x = calc->VecX;
-    double v = x[b];
-    calc->AddRound(&v, -x[a]);
-    if (!std::isinf(level)) calc->AddRound(&v, -level);
+double Excess(const CSolverPort* calc, int a, int b, double level) {
+    double v = calc->X(b);
+    calc->AddWithSnap(&v, -calc->X(a));
+    if (!std::isinf(level)) calc->AddWithSnap(&v, -level);
     return v;
 }
 
 }  // namespace
 
-bool CheckDiode(CCalc* calc, bool commit, int* state, int a, int b, int k, double vOn, double vRev, bool hasRev) {
+bool CheckDiode(CSolverPort* calc, bool commit, int* state, int a, int b, int k, double vOn, double vRev, bool hasRev) {
     if (*state != 0) {
-        const double i = calc->VecX[k];
+        const double i = calc->X(k);
         if ((*state == 1 && i < 0) || (*state == -1 && i > 0)) return Move(commit, state, 0);
     } else {
         // An infinite drop is not subtracted: the bare voltage decides, and
@@ -35,9 +34,8 @@ bool CheckDiode(CCalc* calc, bool commit, int* state, int a, int b, int k, doubl
         if (hasRev && !std::isinf(vRev) && Excess(calc, a, b, vRev) < 0) return Move(commit, state, -1);
     }
     if (!commit) return false;
-    const unsigned char* bad = calc->NodeBad;
-    if (*state != 0 && bad[k] != 0) return Move(commit, state, 0);
-    if (*state == 0 && bad[a] != bad[b]) return Move(commit, state, 1);
+    if (*state != 0 && calc->NodeState(k) != 0) return Move(commit, state, 0);
+    if (*state == 0 && calc->NodeState(a) != calc->NodeState(b)) return Move(commit, state, 1);
     return false;
 }
 

@@ -14,10 +14,10 @@
 
 namespace qz3 {
 
-class CCalc;
+class CSolverPort;
 
 // True when the state changes or must change.
-bool CheckDiode(CCalc* calc, bool commit, int* state, int a, int b, int k, double vOn, double vRev,
+bool CheckDiode(CSolverPort* calc, bool commit, int* state, int a, int b, int k, double vOn, double vRev,
                 bool hasRev);
 
 }  // namespace qz3

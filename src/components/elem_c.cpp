@@ -1,62 +1,51 @@
 #include "components/elem_c.h"
 
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include "components/element_state.h"
-#include "components/param_check.h"
-#include "document/xml_node.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
 namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-CParam s_ParamsC[] = {{kParamFormula, "C", "F"}, {kParamFormula, "IC", "V"}, {}};
-CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {kParamFormula, "IC", "V"}, {}};
+enum CapacitorRow : uint8_t { kC, kIC, kTable, kRowCount };
+
+// "c" stays with every model of "C_C", so a change of model keeps it.
+constexpr CParamRow kRows[] = {
+    FormulaRow("C", "F", "c", MemberAt<&CElemC::c>, 1.0),
+    InitialCondition("IC", "V", "ic", MemberAt<&CElemC::ic>),
+    TableRow("pwl", "pwl", MemberAt<&CCmp::pwl>),
+};
+static_assert(std::size(kRows) == kRowCount);
+
+constexpr uint8_t kOrderC[] = {kC, kIC, kEndOfRows};
+constexpr uint8_t kOrderPwl[] = {kTable, kIC, kEndOfRows};
 
 }  // namespace
 
+const CParamTable kCapacitorParams = ParamTableOf(kRows);
+
 const CModelInfo kModelsCC[] = {
-    {"C", ModelId::C, s_ParamsC, 0, 1, kReadVIP},
-    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"C", ModelId::C, kOrderC, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP},
     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsCVcc[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
-const CModelInfo kModelsCCcc[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsCVcc[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP}, {}};
+const CModelInfo kModelsCCcc[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 2, kReadVIP}, {}};
 
 CElemC::CElemC(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), v(kNaN) {
-    ic.m_Blank = true;
-    ic.m_Value = kNaN;
     if (type == TypeId::Capacitor) pwl.SetLabels("V", "C, F", "C(V)", "Q(V)");
     else if (type == TypeId::VoltageControlledCapacitor) pwl.SetLabels("V", "C, F", "C(V)", "");
     else if (type == TypeId::CurrentControlledCapacitor) pwl.SetLabels("A", "C, F", "C(I)", "");
 }
 
 bool CElemC::IsControlled() const { return type == TypeId::VoltageControlledCapacitor || type == TypeId::CurrentControlledCapacitor; }
-
-bool CElemC::Xml(CXmlNode* node, bool modelOnly) {
-    CCmp::Xml(node, modelOnly);
-    // "c" stays with every model of "C_C", so a change of model keeps it.
-    if (type == TypeId::Capacitor) node->Val("c", c);
-    node->Val("ic", ic);
-    return true;
-}
-
-CParam* CElemC::BindParams() {
-    if (model == ModelId::C) return qz3::BindParams(s_ParamsC, {&c, &ic});
-    if (model == ModelId::Pwl) return qz3::BindParams(s_ParamsPwl, {&pwl, &ic});
-    return nullptr;
-}
-
-bool CElemC::CheckParams(CCalc* calc) {
-    if (model != ModelId::C) return true;
-    CParamCheck check(calc, this);
-    return check.Param(c, "C").Ok();
-}
 
 int CElemC::PinKind(int pin) const {
     if (pin < 2) return kPinCapacitive;
@@ -65,10 +54,10 @@ int CElemC::PinKind(int pin) const {
 
 double CElemC::Capacitance() const { return model == ModelId::Pwl ? pwl.Slope(state) : c.m_Value; }
 
-bool CElemC::Simulate(CCalc* calc, int phase, double t) {
+bool CElemC::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit: Init(calc); return true;
-        case PhaseStore: v = calc->VecX[nodes[1]] - calc->VecX[nodes[0]]; return true;
+        case PhaseStore: v = calc->X(nodes[1]) - calc->X(nodes[0]); return true;
         case PhaseCheckIC: return CheckVoltageIC(calc, this, v, nodes[0], nodes[1], firstBranch);
         case PhaseStamp: return Stamp(calc);
         case PhasePins: SetControlledPinGroups(this, type == TypeId::VoltageControlledCapacitor); return true;
@@ -78,7 +67,7 @@ bool CElemC::Simulate(CCalc* calc, int phase, double t) {
 
 // Only the first run of a model takes the IC: a rebuild in mid-run keeps the
 // voltage that PhaseStore saved.
-void CElemC::Init(CCalc* calc) {
+void CElemC::Init(CSolverPort* calc) {
     if (lastModel != ModelId::None) return;
     v = ic.m_Value;
     state = 0;
@@ -88,63 +77,55 @@ void CElemC::Init(CCalc* calc) {
     state = KeyInt(stored, "s", state);
 }
 
-bool CElemC::Stamp(CCalc* calc) {
-    if (calc->m_StampPass != 0) return true;
+bool CElemC::Stamp(CSolverPort* calc) {
+    if (calc->StampPass() != 0) return true;
     const int a = nodes[0], b = nodes[1], k = firstBranch;
     if (type == TypeId::CurrentControlledCapacitor) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
     const double cap = Capacitance();
-    if (calc->m_Integrating == 0) StampDc(calc, a, b, k, cap);
+    if (calc->Integrating() == 0) StampDc(calc, a, b, k, cap);
     else StampDynamic(calc, a, b, k, cap);
     return true;
 }
 
 // The branch current is the unknown k and is held at 0.
-void CElemC::StampOpen(CCalc* calc, int a, int b, int k) {
-    double** G = calc->MatrixG;
-    if (a != b) {
-        G[a][k] += 1;
-        G[b][k] -= 1;
-    }
-    G[k][k] = 1;
-    calc->VecB[k] = -0.0;
+void CElemC::StampOpen(CSolverPort* calc, int a, int b, int k) {
+    calc->StampCurrent(a, b, k, 0.0);
 }
 
 // Without an IC the capacitor is open; with one it is a source of that
 // voltage, marked in MatrixC by how the current would move it.
-void CElemC::StampDc(CCalc* calc, int a, int b, int k, double cap) {
+void CElemC::StampDc(CSolverPort* calc, int a, int b, int k, double cap) {
     if (std::isnan(v)) {
         StampOpen(calc, a, b, k);
         return;
     }
-    StampBranchVoltage(calc, a, b, k, v);
-    if (cap != 0.0) calc->MatrixC[k][k] = -1 / cap;
+    calc->StampBranchVoltage(a, b, k, v);
+    if (cap != 0.0) calc->SetC(k, k, -1 / cap);
 }
 
 // i = C dv/dt; an infinite capacitance holds its voltage for good.
-void CElemC::StampDynamic(CCalc* calc, int a, int b, int k, double cap) {
+void CElemC::StampDynamic(CSolverPort* calc, int a, int b, int k, double cap) {
     if (std::isinf(cap)) {
-        StampBranchVoltage(calc, a, b, k, v);
+        calc->StampBranchVoltage(a, b, k, v);
         return;
     }
     StampOpen(calc, a, b, k);
-    const double scaled = calc->m_Transient ? cap : cap * calc->m_Omega;
-    calc->MatrixC[k][a] += scaled;
-    calc->MatrixC[k][b] -= scaled;
+    const double scaled = calc->IsTransient() ? cap : cap * calc->Omega();
+    calc->AddC(k, a, scaled);
+    calc->AddC(k, b, -scaled);
 }
 
-bool CElemC::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemC::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     if (model != ModelId::Pwl) return true;
     if (IsControlled()) return FollowControl(calc, commit, changedOut);
-    const double* x = calc->VecX;
-    *changedOut = pwl.CheckSegment(x[nodes[1]] - x[nodes[0]], commit);
+    *changedOut = pwl.CheckSegment(calc->X(nodes[1]) - calc->X(nodes[0]), commit);
     return true;
 }
 
 // A new segment keeps the charge Q = C v: the voltage jumps.
-bool CElemC::FollowControl(CCalc* calc, bool commit, bool* changedOut) {
-    const double* x = calc->VecX;
-    const double control = type == TypeId::VoltageControlledCapacitor ? x[nodes[3]] - x[nodes[2]] : x[firstBranch + 1];
-    FollowControlSegment(calc, this, pwl, control, commit, changedOut, x[nodes[1]] - x[nodes[0]], v);
+bool CElemC::FollowControl(CSolverPort* calc, bool commit, bool* changedOut) {
+    const double control = type == TypeId::VoltageControlledCapacitor ? calc->X(nodes[3]) - calc->X(nodes[2]) : calc->X(firstBranch + 1);
+    FollowControlSegment(calc, this, pwl, control, commit, changedOut, calc->X(nodes[1]) - calc->X(nodes[0]), v);
     return true;
 }
 

@@ -19,6 +19,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kCapacitorParams;
 extern const CModelInfo kModelsCC[];
 extern const CModelInfo kModelsCVcc[];
 extern const CModelInfo kModelsCCcc[];
@@ -26,34 +27,30 @@ extern const CModelInfo kModelsCCcc[];
 class CElemC : public CCmp {
 public:
     explicit CElemC(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemC(type); }
 
-    bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
     int PinKind(int pin) const override;
-    bool Simulate(CCalc* calc, int phase, double t) override;
+    bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
-    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
+    bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
     void Transform(const CTransform& edit) override;
     void* ICMemory(int op) override;
 
     double icMemory[3] = {};
-    CFormula c{1.0};  // C, "F"
-    CFormula ic;      // IC, "V", blank allowed
+    CFormula c;   // C, "F"
+    CFormula ic;  // IC, "V", blank allowed
     double v;         // the voltage of the state; NaN: no IC, not known yet
 
 private:
     bool IsControlled() const;
     // `c`, or the slope of the present segment.
     double Capacitance() const;
-    void Init(CCalc* calc);
-    bool Stamp(CCalc* calc);
-    void StampOpen(CCalc* calc, int a, int b, int k);
-    void StampDc(CCalc* calc, int a, int b, int k, double cap);
-    void StampDynamic(CCalc* calc, int a, int b, int k, double cap);
-    bool FollowControl(CCalc* calc, bool commit, bool* changedOut);
+    void Init(CSolverPort* calc);
+    bool Stamp(CSolverPort* calc);
+    void StampOpen(CSolverPort* calc, int a, int b, int k);
+    void StampDc(CSolverPort* calc, int a, int b, int k, double cap);
+    void StampDynamic(CSolverPort* calc, int a, int b, int k, double cap);
+    bool FollowControl(CSolverPort* calc, bool commit, bool* changedOut);
 };
 
 }  // namespace qz3

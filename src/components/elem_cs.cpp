@@ -1,5 +1,6 @@
 #include "components/elem_cs.h"
 
+#include <array>
 #include <climits>
 #include <cmath>
 
@@ -7,7 +8,7 @@
 #include "components/param_check.h"
 #include "document/xml_node.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -17,152 +18,103 @@ constexpr double kPi = 3.14159265358;
 
 const char* const kSlopeWords[] = {"Linear", "Cos", "Log", nullptr};
 
-// Rows of the logic types, then of the voltage and the current types, whose
-// thresholds differ only in their unit.
-CParam s_SwitchLogic[] = {{kParamOnOff, "Active"}, {kParamOnOff, "IC"}, {}};
-CParam s_OneShotLogic[] = {{kParamOnOff, "Active"}, {kParamFormula, "Width", "s"}, {}};
-CParam s_StepsLogic[] = {{kParamFormula, "Roff", "Ohm"}, {kParamFormula, "Ron", "Ohm"}, {kParamChoice, "Slope"},
-                         {kParamFormula, "Ramp", "s"},   {kParamFormula, "Steps"},     {kParamOnOff, "IC"},
-                         {}};
+// A resistance of the steps is positive on a logarithmic slope, else not
+// negative.
+const char* StepResistanceFault(const void* owner, double r) {
+    const auto* cs = static_cast<const CElemCS*>(static_cast<const CCmp*>(owner));
+    if (cs->slope.Index == kSlopeLog) return r <= 0 ? " <= 0" : nullptr;
+    return r < 0 ? " < 0" : nullptr;
+}
 
-#define QZ3_CONTROLLED_ROWS(suffix, unit)                                                                   \
-    CParam s_Switch##suffix[] = {{kParamFormula, "Threshold", unit},                                       \
-                                 {kParamFormula, "Hysteresis", unit},                                      \
-                                 {kParamOnOff, "Active"},                                                  \
-                                 {kParamOnOff, "IC"},                                                      \
-                                 {}};                                                                      \
-    CParam s_OneShot##suffix[] = {                                                                         \
-        {kParamFormula, "Threshold", unit}, {kParamFormula, "Width", "s"}, {kParamOnOff, "Active"}, {}};    \
-    CParam s_Steps##suffix[] = {{kParamFormula, "Threshold", unit}, {kParamFormula, "Hysteresis", unit},    \
-                                {kParamFormula, "Roff", "Ohm"},     {kParamFormula, "Ron", "Ohm"},          \
-                                {kParamChoice, "Slope"},            {kParamFormula, "Ramp", "s"},           \
-                                {kParamFormula, "Steps"},           {kParamOnOff, "IC"},                    \
-                                {}};
+enum SwitchRow : uint8_t {
+    kThresholdV, kThresholdA, kHysteresisV, kHysteresisA, kIc, kWidthOneShot, kRoff, kRon, kSlope, kRamp, kSteps,
+    kOwnRowCount
+};
 
-QZ3_CONTROLLED_ROWS(Voltage, "V")
-QZ3_CONTROLLED_ROWS(Current, "A")
-#undef QZ3_CONTROLLED_ROWS
+// The threshold is checked in every model, shown or not (CheckParams); the
+// ramp is shown to users as the width of the steps.
+constexpr std::array<CParamRow, kOwnRowCount> kOwnRows = {
+    Unchecked(FormulaRow("Threshold", "V", "thr", MemberAt<&CElemCS::threshold>, 0.0)),
+    Unchecked(FormulaRow("Threshold", "A", "thr", MemberAt<&CElemCS::threshold>, 0.0)),
+    FormulaRow("Hysteresis", "V", "hyst", MemberAt<&CElemCS::hysteresis>, 0.0,
+               {ParamTest::Infinite, ParamTest::Negative}),
+    FormulaRow("Hysteresis", "A", "hyst", MemberAt<&CElemCS::hysteresis>, 0.0,
+               {ParamTest::Infinite, ParamTest::Negative}),
+    FlagRow(kParamOnOff, "IC", "ic", MemberAt<&CElemCS::ic>, 0),
+    FormulaRow("Width", "s", "width", MemberAt<&CElemCS::width>, 0.1, {ParamTest::Infinite, ParamTest::Negative}),
+    WithRule(FormulaRow("Roff", "Ohm", "roff", MemberAt<&CElemCS::roff>, 1000.0, {ParamTest::Infinite}),
+             &StepResistanceFault),
+    WithRule(FormulaRow("Ron", "Ohm", "ron", MemberAt<&CElemCS::ron>, 1.0, {ParamTest::Infinite}),
+             &StepResistanceFault),
+    ChoiceRow("Slope", "slope", MemberAt<&CElemCS::slope>, kSlopeWords, 0),
+    CheckedAs(FormulaRow("Ramp", "s", "steps_width", MemberAt<&CElemCS::ramp>, 0.1,
+                         {ParamTest::Negative, ParamTest::Infinite}),
+              "Width"),
+    FormulaRow("Steps", nullptr, "steps", MemberAt<&CElemCS::steps>, 10.0, {ParamTest::Infinite, ParamTest::Negative}),
+};
+
+constexpr auto kRows = JoinRows(kOwnRows, kSwitchTimeRows);
+constexpr uint8_t kActive = kOwnRowCount + static_cast<uint8_t>(qz3::kActive);
+using Time = SwitchTimeOrders<kOwnRowCount>;
+
+constexpr uint8_t kOrderSwitchLogic[] = {kActive, kIc, kEndOfRows};
+constexpr uint8_t kOrderOneShotLogic[] = {kActive, kWidthOneShot, kEndOfRows};
+constexpr uint8_t kOrderStepsLogic[] = {kRoff, kRon, kSlope, kRamp, kSteps, kIc, kEndOfRows};
+constexpr uint8_t kOrderSwitchV[] = {kThresholdV, kHysteresisV, kActive, kIc, kEndOfRows};
+constexpr uint8_t kOrderSwitchA[] = {kThresholdA, kHysteresisA, kActive, kIc, kEndOfRows};
+constexpr uint8_t kOrderOneShotV[] = {kThresholdV, kWidthOneShot, kActive, kEndOfRows};
+constexpr uint8_t kOrderOneShotA[] = {kThresholdA, kWidthOneShot, kActive, kEndOfRows};
+constexpr uint8_t kOrderStepsV[] = {kThresholdV, kHysteresisV, kRoff, kRon, kSlope, kRamp, kSteps, kIc, kEndOfRows};
+constexpr uint8_t kOrderStepsA[] = {kThresholdA, kHysteresisA, kRoff, kRon, kSlope, kRamp, kSteps, kIc, kEndOfRows};
 
 }  // namespace
 
-const CModelInfo kModelsSLcs[] = {
-    {"Switch", ModelId::Switch, s_SwitchLogic, 0, 1, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 1, kReadVIP},
-    {"On", ModelId::On, nullptr, 0, 1, kReadVIP},               {"One-shot", ModelId::OneShot, s_OneShotLogic, 0, 1, kReadVIP},
-    {"Step", ModelId::Step, nullptr, 0, 1, kReadVIP},               {"Single", ModelId::Single, nullptr, 0, 1, kReadVIP},
-    {"Pulse", ModelId::Pulse, nullptr, 0, 1, kReadVIP},             {"Clock", ModelId::Clock, nullptr, 0, 1, kReadVIP},
-    {"List", ModelId::List, nullptr, 0, 1, kReadVIP},               {"File", ModelId::File, nullptr, 0, 1, kReadVIP},
-    {"Steps", ModelId::Steps, s_StepsLogic, 0, 1, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
-    {},
-};
-const CModelInfo kModelsSLcs3[] = {
-    {"Switch", ModelId::Switch, s_SwitchLogic, 0, 2, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},
-    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},               {"One-shot", ModelId::OneShot, s_OneShotLogic, 0, 2, kReadVIP},
-    {"Step", ModelId::Step, nullptr, 0, 2, kReadVIP},               {"Single", ModelId::Single, nullptr, 0, 2, kReadVIP},
-    {"Pulse", ModelId::Pulse, nullptr, 0, 2, kReadVIP},             {"Clock", ModelId::Clock, nullptr, 0, 2, kReadVIP},
-    {"List", ModelId::List, nullptr, 0, 2, kReadVIP},               {"File", ModelId::File, nullptr, 0, 2, kReadVIP},
-    {"Steps", ModelId::Steps, s_StepsLogic, 0, 2, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
-    {},
-};
-const CModelInfo kModelsSVcs[] = {
-    {"Switch", ModelId::Switch, s_SwitchVoltage, 0, 1, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 1, kReadVIP},
-    {"On", ModelId::On, nullptr, 0, 1, kReadVIP},                 {"One-shot", ModelId::OneShot, s_OneShotVoltage, 0, 1, kReadVIP},
-    {"Steps", ModelId::Steps, s_StepsVoltage, 0, 1, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
-    {},
-};
-const CModelInfo kModelsSCcs[] = {
-    {"Switch", ModelId::Switch, s_SwitchCurrent, 0, 2, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},
-    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},                 {"One-shot", ModelId::OneShot, s_OneShotCurrent, 0, 2, kReadVIP},
-    {"Steps", ModelId::Steps, s_StepsCurrent, 0, 2, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
-    {},
-};
-const CModelInfo kModelsSVcs3[] = {
-    {"Switch", ModelId::Switch, s_SwitchVoltage, 0, 2, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},
-    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},                 {"One-shot", ModelId::OneShot, s_OneShotVoltage, 0, 2, kReadVIP},
-    {"Steps", ModelId::Steps, s_StepsVoltage, 0, 2, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
-    {},
-};
-const CModelInfo kModelsSCcs3[] = {
-    {"Switch", ModelId::Switch, s_SwitchCurrent, 0, 3, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, 3, kReadVIP},
-    {"On", ModelId::On, nullptr, 0, 3, kReadVIP},                 {"One-shot", ModelId::OneShot, s_OneShotCurrent, 0, 3, kReadVIP},
-    {"Steps", ModelId::Steps, s_StepsCurrent, 0, 3, kReadVIP},    {"SubCir", ModelId::SubCir, nullptr, 0, 0},
-    {},
-};
+const CParamTable kControlledSwitchParams = ParamTableOf(kRows);
 
-CElemCS::CElemCS(const CCmpType* typeDescriptor) : CSwitchBase(typeDescriptor) { slope.Items = kSlopeWords; }
+#define QZ3_LOGIC_SWITCH_MODELS(b)                                                                            \
+    {"Switch", ModelId::Switch, kOrderSwitchLogic, 0, b, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, b, kReadVIP}, \
+        {"On", ModelId::On, nullptr, 0, b, kReadVIP},                                                       \
+        {"One-shot", ModelId::OneShot, kOrderOneShotLogic, 0, b, kReadVIP},                                 \
+        {"Step", ModelId::Step, Time::kStep, 0, b, kReadVIP}, {"Single", ModelId::Single, Time::kSingle, 0, b, kReadVIP}, \
+        {"Pulse", ModelId::Pulse, Time::kPulse, 0, b, kReadVIP}, {"Clock", ModelId::Clock, Time::kClock, 0, b, kReadVIP}, \
+        {"List", ModelId::List, Time::kList, 0, b, kReadVIP}, {"File", ModelId::File, Time::kFile, 0, b, kReadVIP},       \
+        {"Steps", ModelId::Steps, kOrderStepsLogic, 0, b, kReadVIP}, {"SubCir", ModelId::SubCir, nullptr, 0, 0}, {}
+
+#define QZ3_CONTROLLED_SWITCH_MODELS(unit, b)                                                                   \
+    {"Switch", ModelId::Switch, kOrderSwitch##unit, 0, b, kReadVIP}, {"Off", ModelId::Off, nullptr, 0, b, kReadVIP}, \
+        {"On", ModelId::On, nullptr, 0, b, kReadVIP},                                                         \
+        {"One-shot", ModelId::OneShot, kOrderOneShot##unit, 0, b, kReadVIP},                                  \
+        {"Steps", ModelId::Steps, kOrderSteps##unit, 0, b, kReadVIP}, {"SubCir", ModelId::SubCir, nullptr, 0, 0}, {}
+
+// The types ending in 3 have the unknown of their second contact; a current
+// control adds the unknown of its sensing path.
+const CModelInfo kModelsSLcs[] = {QZ3_LOGIC_SWITCH_MODELS(1)};
+const CModelInfo kModelsSLcs3[] = {QZ3_LOGIC_SWITCH_MODELS(2)};
+const CModelInfo kModelsSVcs[] = {QZ3_CONTROLLED_SWITCH_MODELS(V, 1)};
+const CModelInfo kModelsSCcs[] = {QZ3_CONTROLLED_SWITCH_MODELS(A, 2)};
+const CModelInfo kModelsSVcs3[] = {QZ3_CONTROLLED_SWITCH_MODELS(V, 2)};
+const CModelInfo kModelsSCcs3[] = {QZ3_CONTROLLED_SWITCH_MODELS(A, 3)};
+
+#undef QZ3_LOGIC_SWITCH_MODELS
+#undef QZ3_CONTROLLED_SWITCH_MODELS
+
+CElemCS::CElemCS(const CCmpType* typeDescriptor) : CSwitchBase(typeDescriptor) {}
 
 bool CElemCS::IsLogic() const { return type == TypeId::LogicControlledSwitch || type == TypeId::LogicControlledSpdt; }
 bool CElemCS::IsCurrent() const { return type == TypeId::CurrentControlledSwitch || type == TypeId::CurrentControlledSpdt; }
 
 bool CElemCS::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
-    active = node->Bool("a", active != 0) ? 1 : 0;
-    node->Val("thr", threshold);
-    node->Val("hyst", hysteresis);
-    node->Val("width", width);
-    node->Val("roff", roff);
-    node->Val("ron", ron);
-    node->Val("steps", steps);
-    slope.Index = node->Int("slope", slope.Index);
-    if (slope.Index < 0 || slope.Index > kSlopeLog) slope.Index = 0;
-    node->Val("steps_width", ramp);
-    ic = node->Bool("ic", ic != 0) ? 1 : 0;
+    if (!node->m_bWrite && (slope.Index < 0 || slope.Index > kSlopeLog)) slope.Index = 0;
     XmlSignal(node);
     return true;
 }
 
-CParam* CElemCS::BindParams() {
-    if (IsTimeModel(model)) return BindTimeParams();
-    const bool logic = IsLogic(), current = IsCurrent();
-    switch (model) {
-        case ModelId::Switch:
-            if (logic) return qz3::BindParams(s_SwitchLogic, {&active, &ic});
-            return qz3::BindParams(current ? s_SwitchCurrent : s_SwitchVoltage,
-                                   {&threshold, &hysteresis, &active, &ic});
-        case ModelId::OneShot:
-            if (logic) return qz3::BindParams(s_OneShotLogic, {&active, &width});
-            return qz3::BindParams(current ? s_OneShotCurrent : s_OneShotVoltage, {&threshold, &width, &active});
-        case ModelId::Steps:
-            if (logic) return qz3::BindParams(s_StepsLogic, {&roff, &ron, &slope, &ramp, &steps, &ic});
-            return qz3::BindParams(current ? s_StepsCurrent : s_StepsVoltage,
-                                   {&threshold, &hysteresis, &roff, &ron, &slope, &ramp, &steps, &ic});
-        default: return nullptr;
-    }
-}
-
-bool CElemCS::CheckParams(CCalc* calc) {
+bool CElemCS::CheckParams(CSolverPort* calc) {
     CParamCheck check(calc, this);
     check.Param(threshold, "Threshold").Fault(std::isinf(threshold.m_Value), "Threshold = infinite");
     if (IsTimeModel(model)) return CheckSignal(calc) && check.Ok();
-    auto checkHysteresis = [&] {
-        const double h = hysteresis.m_Value;
-        check.Param(hysteresis, "Hysteresis").Fault(std::isinf(h), "Hysteresis = infinite").Fault(h < 0, "Hysteresis < 0");
-    };
-    auto checkResistance = [&](const CFormula& f, const std::string& name) {
-        const double r = f.m_Value;
-        check.Param(f, name).Fault(std::isinf(r), name + " = infinite");
-        if (slope.Index == kSlopeLog) check.Fault(r <= 0, name + " <= 0");
-        else check.Fault(r < 0, name + " < 0");
-    };
-    switch (model) {
-        case ModelId::Switch: checkHysteresis(); break;
-        case ModelId::OneShot:
-            check.Param(width, "Width")
-                .Fault(std::isinf(width.m_Value), "Width = infinite")
-                .Fault(width.m_Value < 0, "Width < 0");
-            break;
-        case ModelId::Steps:
-            checkHysteresis();
-            checkResistance(roff, "Roff");
-            checkResistance(ron, "Ron");
-            // The ramp is shown to users as the width of the steps.
-            check.Param(ramp, "Width").Fault(ramp.m_Value < 0, "Width < 0").Fault(std::isinf(ramp.m_Value), "Width = infinite");
-            check.Param(steps, "Steps")
-                .Fault(std::isinf(steps.m_Value), "Steps = infinite")
-                .Fault(steps.m_Value < 0, "Steps < 0");
-            break;
-        default: break;
-    }
-    return check.Ok();
+    return CheckParamRows(this, calc) && check.Ok();
 }
 
 int CElemCS::PinKind(int pin) const {
@@ -170,11 +122,10 @@ int CElemCS::PinKind(int pin) const {
     return sensing ? kPinSensing : kPinAnalog;
 }
 
-double CElemCS::Control(const CCalc* calc) const {
-    const double* x = calc->VecX;
-    if (IsLogic()) return x[nodes[2]] - calc->m_LogicThr;
-    if (IsCurrent()) return x[firstBranch + 1] - threshold.m_Value;
-    return x[nodes[3]] - x[nodes[2]] - threshold.m_Value;
+double CElemCS::Control(const CSolverPort* calc) const {
+    if (IsLogic()) return calc->X(nodes[2]) - calc->LogicThreshold();
+    if (IsCurrent()) return calc->X(firstBranch + 1) - threshold.m_Value;
+    return calc->X(nodes[3]) - calc->X(nodes[2]) - threshold.m_Value;
 }
 
 double CElemCS::StepResistance(int s) const {
@@ -188,7 +139,7 @@ double CElemCS::StepResistance(int s) const {
     }
 }
 
-bool CElemCS::Simulate(CCalc* calc, int phase, double t) {
+bool CElemCS::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit: return Init(calc, t);
         case PhaseReset: signal.Reset(); return true;
@@ -201,7 +152,7 @@ bool CElemCS::Simulate(CCalc* calc, int phase, double t) {
     }
 }
 
-bool CElemCS::Init(CCalc* calc, double t) {
+bool CElemCS::Init(CSolverPort* calc, double t) {
     const double n = std::floor(steps.m_Value + 1.5);
     stepCount = n > INT_MAX ? INT_MAX : n < 0 ? 0 : static_cast<int32_t>(n);
     if (model != lastModel) {
@@ -247,8 +198,8 @@ void CElemCS::ReadStored(const std::string& stored) {
     }
 }
 
-bool CElemCS::Stamp(CCalc* calc) {
-    if (calc->m_StampPass != 0) return true;
+bool CElemCS::Stamp(CSolverPort* calc) {
+    if (calc->StampPass() != 0) return true;
     const int k = firstBranch;
     if (IsCurrent()) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
     if (IsTimeModel(model)) state = SignalPosition();
@@ -266,7 +217,7 @@ bool CElemCS::Stamp(CCalc* calc) {
     return true;
 }
 
-bool CElemCS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemCS::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     const double c = Control(calc);
     const double h = hysteresis.m_Value * 0.5;
     if (IsTimeModel(model)) {
@@ -289,7 +240,7 @@ bool CElemCS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
                 if (!commit) break;
                 state2 = 1;
                 state = active;
-                tEnd = calc->m_Time + width.m_Value;
+                tEnd = calc->Time() + width.m_Value;
             } else if (state2 == 1 && c < 0) {
                 *changedOut = true;
                 if (commit) state2 = 0;
@@ -303,12 +254,12 @@ bool CElemCS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
 
 // The signal runs while the control is above 0: it starts afresh at each
 // rising control and stops when the control falls.
-void CElemCS::CheckTimeModel(CCalc* calc, double c, bool commit, bool* changedOut) {
+void CElemCS::CheckTimeModel(CSolverPort* calc, double c, bool commit, bool* changedOut) {
     if (!signal.m_Running && c > 0) {
         *changedOut = true;
         if (commit) {
             signal.SyncNumbers();
-            signal.RestartWave(calc->m_Time);
+            signal.RestartWave(calc->Time());
         }
     } else if (signal.m_Running && c < 0) {
         *changedOut = true;
@@ -317,19 +268,19 @@ void CElemCS::CheckTimeModel(CCalc* calc, double c, bool commit, bool* changedOu
     CheckClock(commit, changedOut);
 }
 
-void CElemCS::CheckSteps(CCalc* calc, double c, bool commit, bool* changedOut) {
+void CElemCS::CheckSteps(CSolverPort* calc, double c, bool commit, bool* changedOut) {
     const double h = hysteresis.m_Value * 0.5;
     const int N = stepCount;
     if (state == 0 && c - h > 0) {
         *changedOut = true;
         if (!commit) return;
         state = 1;
-        if (step < N && ++step < N) tEnd = calc->m_Time + StepTime();
+        if (step < N && ++step < N) tEnd = calc->Time() + StepTime();
     } else if (state == 1 && c + h < 0) {
         *changedOut = true;
         if (!commit) return;
         state = 0;
-        if (step > 0 && --step > 0) tEnd = calc->m_Time + StepTime();
+        if (step > 0 && --step > 0) tEnd = calc->Time() + StepTime();
     }
 }
 
@@ -339,7 +290,7 @@ bool Near(double t, double x) { return std::fabs(t - x) <= std::fmin(std::fabs(t
 
 }  // namespace
 
-void CElemCS::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+void CElemCS::NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
     if (IsTimeModel(model)) {
         SignalEvent(calc, t, tNext, stepMax, stepMin);
     } else if (model == ModelId::OneShot && state == active) {
@@ -370,7 +321,7 @@ void CElemCS::NextStep(double t, double* tNext, double* stepMax) {
 
 void CElemCS::SetPinGroups() {
     SetContactGroups();
-    int* groups = nodes + pinCount;
+    int* groups = PinGroups();
     if (IsLogic()) {
         groups[2] = 2;
     } else if (IsCurrent()) {

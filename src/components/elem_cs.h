@@ -16,6 +16,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kControlledSwitchParams;
 extern const CModelInfo kModelsSLcs[];
 extern const CModelInfo kModelsSLcs3[];
 extern const CModelInfo kModelsSVcs[];
@@ -26,31 +27,29 @@ extern const CModelInfo kModelsSCcs3[];
 class CElemCS : public CSwitchBase {
 public:
     explicit CElemCS(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemCS(type); }
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
+    bool CheckParams(CSolverPort* calc) override;
     int PinKind(int pin) const override;
-    bool Simulate(CCalc* calc, int phase, double t) override;
+    bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
-    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
-    void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
+    bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
+    void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
     bool IsOn() const override;
 
     // The resistance of "Steps" at step s of N.
     double StepResistance(int s) const;
 
-    CFormula threshold{0.0};
-    CFormula hysteresis{0.0};
-    CFormula width{0.1};
-    CFormula roff{1000.0};
-    CFormula ron{1.0};
-    CFormula steps{10.0};
+    CFormula threshold;
+    CFormula hysteresis;
+    CFormula width;
+    CFormula roff;
+    CFormula ron;
+    CFormula steps;
     ChoiceValue slope;  // "Linear", "Cos", "Log"
-    CFormula ramp{0.1};
-    int32_t ic = 0;
+    CFormula ramp;
+    int32_t ic;
     double tEnd = 0.0;  // next time of a timer
     int32_t step = 0;   // present step of "Steps"
     int32_t stepCount = 0;
@@ -58,12 +57,12 @@ public:
 private:
     bool IsLogic() const;
     bool IsCurrent() const;
-    double Control(const CCalc* calc) const;
-    bool Init(CCalc* calc, double t);
+    double Control(const CSolverPort* calc) const;
+    bool Init(CSolverPort* calc, double t);
     void ReadStored(const std::string& stored);
-    bool Stamp(CCalc* calc);
-    void CheckTimeModel(CCalc* calc, double c, bool commit, bool* changed);
-    void CheckSteps(CCalc* calc, double c, bool commit, bool* changed);
+    bool Stamp(CSolverPort* calc);
+    void CheckTimeModel(CSolverPort* calc, double c, bool commit, bool* changed);
+    void CheckSteps(CSolverPort* calc, double c, bool commit, bool* changed);
     double StepTime() const { return ramp.m_Value / (stepCount - 1); }
     void NextStep(double t, double* tNext, double* stepMax);
     void SetPinGroups();

@@ -3,12 +3,12 @@
 #include "components/elem_d.h"
 
 #include <cmath>
+#include <iterator>
 
 #include "components/element_state.h"
-#include "components/param_check.h"
 #include "document/xml_node.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -16,60 +16,71 @@ namespace {
 
 const char* const kZenerIC[] = {"Minus", "Off", "Plus", nullptr};
 
-CParam s_ParamsDiode[] = {{kParamFormula, "Vd", "V"}, {kParamOnOff, "IC"}, {}};
-CParam s_ParamsStorage[] = {{kParamFormula, "t", "s"},
-                            {kParamFormula, "ICQ", "A*s"},
-                            {kParamFormula, "Vd", "V"},
-                            {kParamOnOff, "IC"},
-                            {}};
-CParam s_ParamsSoft[] = {{kParamFormula, "t", "s"},  {kParamFormula, "ts", "s"}, {kParamFormula, "ICQ", "A*s"},
-                         {kParamFormula, "Vd", "V"}, {kParamOnOff, "IC"},        {}};
-CParam s_ParamsZener[] = {{kParamChoice, "IC"}, {kParamFormula, "V", "V"}, {kParamFormula, "Vd", "V"}, {}};
-CParam s_ParamsZenerSym[] = {{kParamChoice, "IC"}, {kParamFormula, "V", "V"}, {}};
-CParam s_ParamsVct[] = {{kParamFormula, "Vd", "V"},
-                        {kParamFormula, "Ihold", "A"},
-                        {kParamOnOff, "IC"},
-                        {kParamFormula, "Threshold", "V"},
-                        {}};
-CParam s_ParamsCct[] = {{kParamFormula, "Vd", "V"},
-                        {kParamFormula, "Ihold", "A"},
-                        {kParamFormula, "Threshold", "A"},
-                        {kParamOnOff, "IC"},
-                        {}};
-CParam s_ParamsLct[] = {{kParamFormula, "Vd", "V"}, {kParamFormula, "Ihold", "A"}, {kParamOnOff, "IC"}, {}};
-CParam s_ParamsBridge[] = {{kParamFormula, "Vd", "V"}, {}};
-CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {}};
+enum DiodeRow : uint8_t {
+    kVd, kVdSoft, kV, kIhold, kThresholdV, kThresholdA, kT, kIcq, kTs, kIcZener, kIc, kTable, kRowCount
+};
+
+// In the order of the check lines: Vd, V, Ihold, Threshold, then the charge
+// parameters. "Soft" shows its Vd untested, and the line of its recovery
+// time says "tsr", as users of the model know it.
+constexpr CParamRow kRows[] = {
+    FormulaRow("Vd", "V", "vd", MemberAt<&CElemD::vd>, 0.0, {ParamTest::Negative}),
+    Unchecked(FormulaRow("Vd", "V", "vd", MemberAt<&CElemD::vd>, 0.0)),
+    FormulaRow("V", "V", "v", MemberAt<&CElemD::v>, 8.0, {ParamTest::Negative}),
+    FormulaRow("Ihold", "A", "hold", MemberAt<&CElemD::ihold>, 1.0, {ParamTest::Negative}),
+    FormulaRow("Threshold", "V", "thr", MemberAt<&CElemD::threshold>, 5.0, {ParamTest::Infinite}),
+    FormulaRow("Threshold", "A", "thr", MemberAt<&CElemD::threshold>, 5.0, {ParamTest::Infinite}),
+    FormulaRow("t", "s", "t", MemberAt<&CElemD::t>, 0.0, {ParamTest::Infinite, ParamTest::Negative}),
+    FormulaRow("ICQ", "A*s", "icq", MemberAt<&CElemD::icq>, 0.0, {ParamTest::Infinite, ParamTest::Negative}),
+    CheckedAs(FormulaRow("ts", "s", "ts", MemberAt<&CElemD::ts>, 0.0, {ParamTest::Infinite, ParamTest::Negative}),
+              "tsr"),
+    ChoiceRow("IC", "ic", MemberAt<&CElemD::icZ>, kZenerIC, 1),  // the zeners' index
+    FlagRow(kParamOnOff, "IC", "ic", MemberAt<&CElemD::ic>, 0),
+    TableRow("pwl", "pwl", MemberAt<&CCmp::pwl>),
+};
+static_assert(std::size(kRows) == kRowCount);
+
+constexpr uint8_t kOrderDiode[] = {kVd, kIc, kEndOfRows};
+constexpr uint8_t kOrderStorage[] = {kT, kIcq, kVd, kIc, kEndOfRows};
+constexpr uint8_t kOrderSoft[] = {kT, kTs, kIcq, kVdSoft, kIc, kEndOfRows};
+constexpr uint8_t kOrderZener[] = {kIcZener, kV, kVd, kEndOfRows};
+constexpr uint8_t kOrderZenerSym[] = {kIcZener, kV, kEndOfRows};
+constexpr uint8_t kOrderVct[] = {kVd, kIhold, kIc, kThresholdV, kEndOfRows};
+constexpr uint8_t kOrderCct[] = {kVd, kIhold, kThresholdA, kIc, kEndOfRows};
+constexpr uint8_t kOrderLct[] = {kVd, kIhold, kIc, kEndOfRows};
+constexpr uint8_t kOrderBridge[] = {kVd, kEndOfRows};
+constexpr uint8_t kOrderPwl[] = {kTable, kEndOfRows};
 
 }  // namespace
 
+const CParamTable kDiodeParams = ParamTableOf(kRows);
+
 const CModelInfo kModelsDD[] = {
-    {"Diode", ModelId::Diode, s_ParamsDiode, 0, 1, kReadVIP},
-    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
-    {"Storage", ModelId::Storage, s_ParamsStorage, 0, 2, kReadVIP},
-    {"Soft", ModelId::Soft, s_ParamsSoft, 0, 2, kReadVIP},
+    {"Diode", ModelId::Diode, kOrderDiode, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP},
+    {"Storage", ModelId::Storage, kOrderStorage, 0, 2, kReadVIP},
+    {"Soft", ModelId::Soft, kOrderSoft, 0, 2, kReadVIP},
     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsDZ[] = {
-    {"Zener", ModelId::Diode, s_ParamsZener, 0, 1, kReadVIP},
-    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"Zener", ModelId::Diode, kOrderZener, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP},
     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
 const CModelInfo kModelsDZs[] = {
-    {"Zener", ModelId::Diode, s_ParamsZenerSym, 0, 1, kReadVIP},
-    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"Zener", ModelId::Diode, kOrderZenerSym, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP},
     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsDVct[] = {{"Thyristor", ModelId::Diode, s_ParamsVct, 0, 1, kReadVIP}, {"SubCir", ModelId::SubCir}, {}};
-const CModelInfo kModelsDCct[] = {{"Thyristor", ModelId::Diode, s_ParamsCct, 0, 2, kReadVIP}, {"SubCir", ModelId::SubCir}, {}};
-const CModelInfo kModelsDLct[] = {{"Thyristor", ModelId::Diode, s_ParamsLct, 0, 1, kReadVIP}, {"SubCir", ModelId::SubCir}, {}};
-const CModelInfo kModelsDBridge[] = {{"Diode", ModelId::Diode, s_ParamsBridge, 0, 4, kReadVIP}, {}};
+const CModelInfo kModelsDVct[] = {{"Thyristor", ModelId::Diode, kOrderVct, 0, 1, kReadVIP}, {"SubCir", ModelId::SubCir}, {}};
+const CModelInfo kModelsDCct[] = {{"Thyristor", ModelId::Diode, kOrderCct, 0, 2, kReadVIP}, {"SubCir", ModelId::SubCir}, {}};
+const CModelInfo kModelsDLct[] = {{"Thyristor", ModelId::Diode, kOrderLct, 0, 1, kReadVIP}, {"SubCir", ModelId::SubCir}, {}};
+const CModelInfo kModelsDBridge[] = {{"Diode", ModelId::Diode, kOrderBridge, 0, 4, kReadVIP}, {}};
 
 CElemD::CElemD(const CCmpType* typeDescriptor) : CCmp(typeDescriptor) {
-    icZ.Index = 1;
-    icZ.Items = kZenerIC;
     // The table gives resistances against the voltage, as for the resistor.
     pwl.SetLabels("V", "R, Ohm", "R(V)", "I(V)");
     pwl.m_Invert = true;
@@ -82,70 +93,23 @@ bool CElemD::HasIC() const { return type == TypeId::Diode || type == TypeId::Zen
 
 bool CElemD::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
-    const bool zener = type == TypeId::Zener || type == TypeId::SymmetricZener;
-    if (type != TypeId::SymmetricZener) node->Val("vd", vd);
-    if (zener) {
-        node->Val("v", v);
-        icZ.Index = node->Int("ic", icZ.Index);
-        if (icZ.Index < 0 || icZ.Index > 2) icZ.Index = 1;
-    } else if (!IsQuad()) {
-        ic = node->Bool("ic", ic != 0) ? 1 : 0;
-    }
-    if (IsThyristor()) node->Val("hold", ihold);
-    if (type == TypeId::VoltageThyristor || type == TypeId::CurrentThyristor) node->Val("thr", threshold);
-    if (type == TypeId::Diode) {
-        node->Val("t", t);
-        node->Val("ts", ts);
-        node->Val("icq", icq);
-        if (!node->m_bWrite && icq.m_Value < 0) icq.m_Value = 0.0;
-    }
+    if (node->m_bWrite) return true;
+    // A stored charge never starts negative; a zener's IC outside its three
+    // words is "Off".
+    if (type == TypeId::Diode && icq.m_Value < 0) icq.m_Value = 0.0;
+    if (icZ.Index < 0 || icZ.Index > 2) icZ.Index = 1;
     return true;
-}
-
-CParam* CElemD::BindParams() {
-    if (model == ModelId::Pwl) return qz3::BindParams(s_ParamsPwl, {&pwl});
-    if (model == ModelId::Storage) return qz3::BindParams(s_ParamsStorage, {&t, &icq, &vd, &ic});
-    if (model == ModelId::Soft) return qz3::BindParams(s_ParamsSoft, {&t, &ts, &icq, &vd, &ic});
-    if (model != ModelId::Diode) return nullptr;
-    switch (type) {
-        case TypeId::Diode: return qz3::BindParams(s_ParamsDiode, {&vd, &ic});
-        case TypeId::Zener: return qz3::BindParams(s_ParamsZener, {&icZ, &v, &vd});
-        case TypeId::SymmetricZener: return qz3::BindParams(s_ParamsZenerSym, {&icZ, &v});
-        case TypeId::VoltageThyristor: return qz3::BindParams(s_ParamsVct, {&vd, &ihold, &ic, &threshold});
-        case TypeId::CurrentThyristor: return qz3::BindParams(s_ParamsCct, {&vd, &ihold, &threshold, &ic});
-        case TypeId::LogicThyristor: return qz3::BindParams(s_ParamsLct, {&vd, &ihold, &ic});
-        default: return qz3::BindParams(s_ParamsBridge, {&vd});
-    }
-}
-
-bool CElemD::CheckParams(CCalc* calc) {
-    CParamCheck check(calc, this);
-    if (model == ModelId::Diode || model == ModelId::Storage) {
-        if (type != TypeId::SymmetricZener) check.Param(vd, "Vd").Fault(vd.m_Value < 0, "Vd < 0");
-        if (type == TypeId::Zener || type == TypeId::SymmetricZener) check.Param(v, "V").Fault(v.m_Value < 0, "V < 0");
-        if (IsThyristor()) check.Param(ihold, "Ihold").Fault(ihold.m_Value < 0, "Ihold < 0");
-        if (type == TypeId::VoltageThyristor || type == TypeId::CurrentThyristor)
-            check.Param(threshold, "Threshold").Fault(std::isinf(threshold.m_Value), "Threshold = infinite");
-    }
-    if (HasCharge()) {
-        check.Param(t, "t").Fault(std::isinf(t.m_Value), "t = infinite").Fault(t.m_Value < 0, "t < 0");
-        check.Param(icq, "ICQ").Fault(std::isinf(icq.m_Value), "ICQ = infinite").Fault(icq.m_Value < 0, "ICQ < 0");
-    }
-    // The line names the recovery time "tsr", as users of the model know it.
-    if (model == ModelId::Soft)
-        check.Param(ts, "tsr").Fault(std::isinf(ts.m_Value), "tsr = infinite").Fault(ts.m_Value < 0, "tsr < 0");
-    return check.Ok();
 }
 
 int CElemD::PinKind(int pin) const { return type == TypeId::LogicThyristor && pin == 2 ? kPinSensing : kPinAnalog; }
 
-bool CElemD::Simulate(CCalc* calc, int phase, double time) {
+bool CElemD::Simulate(CSolverPort* calc, int phase, double time) {
     switch (phase) {
         case PhaseInit:
             Init(calc);
             return model == ModelId::Pwl ? pwl.Prepare(calc) : true;
         case PhaseStore:
-            if (HasCharge()) q = std::fmax(0.0, calc->VecX[firstBranch + 1]);
+            if (HasCharge()) q = std::fmax(0.0, calc->X(firstBranch + 1));
             return true;
         case PhaseStamp: return Stamp(calc);
         case PhaseFloat: return model == ModelId::Diode ? FloatFix(calc) : true;
@@ -154,7 +118,7 @@ bool CElemD::Simulate(CCalc* calc, int phase, double time) {
     }
 }
 
-void CElemD::Init(CCalc* calc) {
+void CElemD::Init(CSolverPort* calc) {
     if (model != lastModel) InitState();
     if (lastModel != ModelId::None) return;
     const std::string stored = StoredState(calc, this);
@@ -191,7 +155,7 @@ void CElemD::InitState() {
 }
 
 void CElemD::SetPinGroups() {
-    int* groups = nodes + pinCount;
+    int* groups = PinGroups();
     for (int p = 0; p < pinCount; ++p) groups[p] = 1;
     if (type == TypeId::VoltageThyristor) {
         groups[2] = 2;
@@ -257,7 +221,7 @@ std::string CElemD::SaveIC(std::string& out, int index, bool apply) {
     return out;
 }
 
-bool CElemD::GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) {
+bool CElemD::GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) {
     CCmp::GetTraceNodes(calc, kind, nodeA, nodeB, branch, r);
     return !IsQuad();
 }

@@ -22,6 +22,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kDiodeParams;
 extern const CModelInfo kModelsDD[];
 extern const CModelInfo kModelsDZ[];
 extern const CModelInfo kModelsDZs[];
@@ -33,34 +34,31 @@ extern const CModelInfo kModelsDBridge[];
 class CElemD : public CCmp {
 public:
     explicit CElemD(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemD(type); }
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
     int PinKind(int pin) const override;
-    bool Simulate(CCalc* calc, int phase, double t) override;
+    bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
-    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
-    bool GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) override;
-    void GetTraceValue(CCalc* calc, int kind, double* value, double* value2) override;
+    bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
+    bool GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) override;
+    void GetTraceValue(CSolverPort* calc, int kind, double* value, double* value2) override;
     void Transform(const CTransform& edit) override;
     bool SegmentRange(int* first, int* last) override;
-    bool CheckSegment(CCalc* calc, bool commit) override;
+    bool CheckSegment(CSolverPort* calc, bool commit) override;
     // The ideal-diode models (diode, zener, thyristor, bridge, ring) open
     // with a leak on request.
     bool CanSoftOpen() const override { return model == ModelId::Diode; }
 
-    CFormula vd{0.0};         // Vd: forward drop, V
-    CFormula v{8.0};          // V: zener voltage, V
-    CFormula t{0.0};          // t: carrier life time, s
-    CFormula ts{0.0};         // ts: recovery time of "Soft", s
+    CFormula vd;              // Vd: forward drop, V
+    CFormula v;               // V: zener voltage, V
+    CFormula t;               // t: carrier life time, s
+    CFormula ts;              // ts: recovery time of "Soft", s
     int32_t ic = 0;           // IC, "On" / "Off"
     ChoiceValue icZ;          // IC of the zeners: "Minus", "Off", "Plus"
-    CFormula icq{0.0};        // ICQ: charge at start, A*s
-    CFormula threshold{5.0};  // Threshold of the gate, V or A
-    CFormula ihold{1.0};      // Ihold: holding current, A
+    CFormula icq;             // ICQ: charge at start, A*s
+    CFormula threshold;       // Threshold of the gate, V or A
+    CFormula ihold;           // Ihold: holding current, A
     double q = 0.0;           // stored charge
     double i0 = 0.0;          // "Soft": current level that ends the recovery
     int32_t stage = 0;
@@ -70,19 +68,19 @@ private:
     bool IsQuad() const;
     bool HasCharge() const;
     bool HasIC() const;
-    void Init(CCalc* calc);
+    void Init(CSolverPort* calc);
     void InitState();
-    bool Stamp(CCalc* calc);
-    void StampQuad(CCalc* calc);
-    void StampChargeRow(CCalc* calc, double lifeTime);
-    void StampSoft(CCalc* calc);
-    bool CheckQuad(CCalc* calc, bool commit);
-    bool CheckThyristor(CCalc* calc, bool commit);
-    void CheckGate(CCalc* calc, bool commit, bool* changed);
-    void CheckStorage(CCalc* calc, bool commit, bool* changed);
-    void CheckSoft(CCalc* calc, bool commit, bool* changed);
-    double GateLevel(const CCalc* calc) const;
-    bool FloatFix(CCalc* calc);
+    bool Stamp(CSolverPort* calc);
+    void StampQuad(CSolverPort* calc);
+    void StampChargeRow(CSolverPort* calc, double lifeTime);
+    void StampSoft(CSolverPort* calc);
+    bool CheckQuad(CSolverPort* calc, bool commit);
+    bool CheckThyristor(CSolverPort* calc, bool commit);
+    void CheckGate(CSolverPort* calc, bool commit, bool* changed);
+    void CheckStorage(CSolverPort* calc, bool commit, bool* changed);
+    void CheckSoft(CSolverPort* calc, bool commit, bool* changed);
+    double GateLevel(const CSolverPort* calc) const;
+    bool FloatFix(CSolverPort* calc);
     void SetPinGroups();
     // Diode n of a bridge or ring as the node pair of its stamp: it conducts
     // from `b` to `a`, like pins 1 and 0 of a single diode.

@@ -6,7 +6,7 @@
 #include "components/diode_check.h"
 #include "components/elem_d.h"
 #include "components/element_state.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -18,20 +18,20 @@ void CElemD::QuadPair(int n, int* a, int* b) const {
     *b = pairs[n][1];
 }
 
-bool CElemD::Stamp(CCalc* calc) {
-    if (calc->m_StampPass != 0) return true;
+bool CElemD::Stamp(CSolverPort* calc) {
+    if (calc->StampPass() != 0) return true;
     const int a = nodes[0], b = nodes[1];
     const int k = firstBranch;
     const double Vd = vd.m_Value, V = v.m_Value;
     if (model == ModelId::Pwl) {
         calc->StampVCCS(b, a, a, b, k, pwl.Slope(state));
-        calc->VecB[k] = -pwl.Offset(state);
+        calc->SetB(k, -pwl.Offset(state));
         return true;
     }
     if (model == ModelId::Storage) {
         calc->StampDiode(a, b, k, state != 0, state == -1 ? 0.0 : Vd, false);
-        if (calc->m_Transient) StampChargeRow(calc, t.m_Value);
-        else calc->MatrixG[k + 1][k + 1] = -1;
+        if (calc->IsTransient()) StampChargeRow(calc, t.m_Value);
+        else calc->SetG(k + 1, k + 1, -1);
         return true;
     }
     if (model == ModelId::Soft) {
@@ -53,7 +53,7 @@ bool CElemD::Stamp(CCalc* calc) {
     return true;
 }
 
-void CElemD::StampQuad(CCalc* calc) {
+void CElemD::StampQuad(CSolverPort* calc) {
     for (int n = 0; n < 4; ++n) {
         int a, b;
         QuadPair(n, &a, &b);
@@ -63,60 +63,57 @@ void CElemD::StampQuad(CCalc* calc) {
 
 // The charge q, unknown k + 1: held at its value in the DC equations,
 // dq/dt = i - q/lifeTime with the derivatives, and 0 without a life time.
-void CElemD::StampChargeRow(CCalc* calc, double lifeTime) {
+void CElemD::StampChargeRow(CSolverPort* calc, double lifeTime) {
     const int k = firstBranch;
-    double** G = calc->MatrixG;
-    if (calc->m_Integrating == 0) {
-        G[k + 1][k + 1] = 1;
-        calc->VecB[k + 1] = -q;
+    if (calc->Integrating() == 0) {
+        calc->SetG(k + 1, k + 1, 1);
+        calc->SetB(k + 1, -q);
         return;
     }
     if (!(lifeTime > 0)) {
-        G[k + 1][k + 1] = -1;
+        calc->SetG(k + 1, k + 1, -1);
         return;
     }
-    G[k + 1][k] = 1;
-    if (!std::isinf(lifeTime)) G[k + 1][k + 1] = -1 / lifeTime;
-    calc->MatrixC[k + 1][k + 1] = -1;
+    calc->SetG(k + 1, k, 1);
+    if (!std::isinf(lifeTime)) calc->SetG(k + 1, k + 1, -1 / lifeTime);
+    calc->SetC(k + 1, k + 1, -1);
 }
 
 // While it conducts with a life time, "Soft" first stores charge at its
 // forward drop (stage 0), then recovers (stage 1): the reverse current is
 // q/ts and the charge decays with ts towards the level i0.
-void CElemD::StampSoft(CCalc* calc) {
+void CElemD::StampSoft(CSolverPort* calc) {
     const int a = nodes[0], b = nodes[1];
     const int k = firstBranch;
-    double** G = calc->MatrixG;
-    if (!(calc->m_Transient && t.m_Value > 0 && state != 0)) {
+    if (!(calc->IsTransient() && t.m_Value > 0 && state != 0)) {
         calc->StampDiode(a, b, k, state != 0, vd.m_Value, false);
-        G[k + 1][k + 1] = -1;
-        calc->VecB[k + 1] = -0.0;
+        calc->SetG(k + 1, k + 1, -1);
+        calc->SetB(k + 1, -0.0);
         return;
     }
     if (stage == 0) {
-        StampBranchVoltage(calc, a, b, k, vd.m_Value);
+        calc->StampBranchVoltage(a, b, k, vd.m_Value);
         StampChargeRow(calc, t.m_Value);
         return;
     }
     const double recovery = ts.m_Value;
     calc->StampVCCS(b, a, k + 1, 0, k, 1 / recovery);
-    calc->VecB[k + 1] = i0;
-    if (calc->m_Integrating == 0) {
-        G[k + 1][k + 1] = 1;
-        calc->VecB[k + 1] = -q;
+    calc->SetB(k + 1, i0);
+    if (calc->Integrating() == 0) {
+        calc->SetG(k + 1, k + 1, 1);
+        calc->SetB(k + 1, -q);
         return;
     }
-    G[k + 1][k + 1] = -1 / recovery;
-    calc->MatrixC[k + 1][k + 1] = -1;
+    calc->SetG(k + 1, k + 1, -1 / recovery);
+    calc->SetC(k + 1, k + 1, -1);
 }
 
-bool CElemD::CheckSegment(CCalc* calc, bool commit) {
+bool CElemD::CheckSegment(CSolverPort* calc, bool commit) {
     const int a = nodes[0], b = nodes[1];
     const int k = firstBranch;
     const double Vd = vd.m_Value, V = v.m_Value;
-    const double* x = calc->VecX;
     switch (model) {
-        case ModelId::Pwl: return pwl.CheckSegment(x[b] - x[a], commit);
+        case ModelId::Pwl: return pwl.CheckSegment(calc->X(b) - calc->X(a), commit);
         case ModelId::Storage: return CheckDiode(calc, commit, &state, a, b, k, Vd, 0.0, stage != 0);
         case ModelId::Soft:
             if (state != 0 && t.m_Value > 0) return false;
@@ -136,7 +133,7 @@ bool CElemD::CheckSegment(CCalc* calc, bool commit) {
 }
 
 // Each of the four diodes has one bit of `state` as its own state word.
-bool CElemD::CheckQuad(CCalc* calc, bool commit) {
+bool CElemD::CheckQuad(CSolverPort* calc, bool commit) {
     bool any = false;
     for (int n = 0; n < 4; ++n) {
         int a, b;
@@ -146,40 +143,38 @@ bool CElemD::CheckQuad(CCalc* calc, bool commit) {
         state = (state & ~(1 << n)) | ((bit & 1) << n);
         if (!moved) continue;
         any = true;
-        if (!commit || calc->m_FirstOnly) return true;
+        if (!commit || calc->FirstOnly()) return true;
     }
     return any;
 }
 
 // Latched (stage 2) the thyristor holds while its current stays above
 // Ihold and its voltage isn't negative.
-bool CElemD::CheckThyristor(CCalc* calc, bool commit) {
+bool CElemD::CheckThyristor(CSolverPort* calc, bool commit) {
     if (stage == 0) return false;
     const int a = nodes[0], b = nodes[1];
     const int k = firstBranch;
     const bool moved = CheckDiode(calc, commit, &state, a, b, k, vd.m_Value, 0.0, false);
     if (stage == 1) return moved;
-    const double* x = calc->VecX;
-    if (x[k] > ihold.m_Value && !(x[b] - x[a] < 0)) return false;
+    if (calc->X(k) > ihold.m_Value && !(calc->X(b) - calc->X(a) < 0)) return false;
     if (commit) stage = 0;
     return true;
 }
 
-double CElemD::GateLevel(const CCalc* calc) const {
-    const double* x = calc->VecX;
-    if (type == TypeId::VoltageThyristor) return x[nodes[3]] - x[nodes[2]] - threshold.m_Value;
-    if (type == TypeId::CurrentThyristor) return x[firstBranch + 1] - threshold.m_Value;
-    return x[nodes[2]] - calc->m_LogicThr;
+double CElemD::GateLevel(const CSolverPort* calc) const {
+    if (type == TypeId::VoltageThyristor) return calc->X(nodes[3]) - calc->X(nodes[2]) - threshold.m_Value;
+    if (type == TypeId::CurrentThyristor) return calc->X(firstBranch + 1) - threshold.m_Value;
+    return calc->X(nodes[2]) - calc->LogicThreshold();
 }
 
-bool CElemD::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemD::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     if (model == ModelId::Diode && IsThyristor()) CheckGate(calc, commit, changedOut);
     else if (model == ModelId::Storage) CheckStorage(calc, commit, changedOut);
     else if (model == ModelId::Soft) CheckSoft(calc, commit, changedOut);
     return true;
 }
 
-void CElemD::CheckGate(CCalc* calc, bool commit, bool* changedOut) {
+void CElemD::CheckGate(CSolverPort* calc, bool commit, bool* changedOut) {
     const double g = GateLevel(calc);
     if (stage != 1) {
         if (!(g > 0)) return;
@@ -189,12 +184,12 @@ void CElemD::CheckGate(CCalc* calc, bool commit, bool* changedOut) {
     }
     if (g > 0) return;
     *changedOut = true;
-    if (commit) stage = calc->VecX[firstBranch] > ihold.m_Value ? 2 : 0;
+    if (commit) stage = calc->X(firstBranch) > ihold.m_Value ? 2 : 0;
 }
 
-void CElemD::CheckStorage(CCalc* calc, bool commit, bool* changedOut) {
+void CElemD::CheckStorage(CSolverPort* calc, bool commit, bool* changedOut) {
     if (!(t.m_Value > 0)) return;
-    const double charge = calc->VecX[firstBranch + 1];
+    const double charge = calc->X(firstBranch + 1);
     if (stage == 0 && charge > 0) {
         *changedOut = true;
         if (commit) stage = 1;
@@ -206,20 +201,19 @@ void CElemD::CheckStorage(CCalc* calc, bool commit, bool* changedOut) {
     }
 }
 
-void CElemD::CheckSoft(CCalc* calc, bool commit, bool* changedOut) {
+void CElemD::CheckSoft(CSolverPort* calc, bool commit, bool* changedOut) {
     if (state == 0 || !(t.m_Value > 0)) return;
-    const double* x = calc->VecX;
     const int k = firstBranch;
-    const double charge = x[k + 1];
+    const double charge = calc->X(k + 1);
     if (!(charge > 0)) {
         *changedOut = true;
         if (commit) state = 0;
-    } else if (stage == 0 && -x[k] * ts.m_Value >= charge) {
+    } else if (stage == 0 && -calc->X(k) * ts.m_Value >= charge) {
         *changedOut = true;
         if (!commit) return;
         stage = 1;
-        i0 = x[k] * 0.01;
-    } else if (stage == 1 && x[nodes[1]] - x[nodes[0]] >= vd.m_Value) {
+        i0 = calc->X(k) * 0.01;
+    } else if (stage == 1 && calc->X(nodes[1]) - calc->X(nodes[0]) >= vd.m_Value) {
         *changedOut = true;
         if (commit) stage = 0;
     }
@@ -227,7 +221,7 @@ void CElemD::CheckSoft(CCalc* calc, bool commit, bool* changedOut) {
 
 // An open diode whose node has no other entry gets a large resistance, so
 // the row isn't empty; false makes the solver look at the rows again.
-bool CElemD::FloatFix(CCalc* calc) {
+bool CElemD::FloatFix(CSolverPort* calc) {
     const int count = IsQuad() ? 4 : 1;
     bool fixed = false;
     for (int n = 0; n < count; ++n) {
@@ -235,25 +229,24 @@ bool CElemD::FloatFix(CCalc* calc) {
         if (IsQuad()) QuadPair(n, &a, &b);
         const bool on = IsQuad() ? ((state >> n) & 1) != 0 : state != 0 && (!IsThyristor() || stage != 0);
         if (on) continue;
-        const bool empty = (a > 0 && !calc->FlagG[a][0]) || (b > 0 && !calc->FlagG[b][0]);
+        const bool empty = (a > 0 && !calc->RowHasEntries(a)) || (b > 0 && !calc->RowHasEntries(b));
         if (!empty) continue;
-        calc->StampResistor(a, b, 0.1 / calc->m_Zero);
+        calc->StampResistor(a, b, 0.1 / calc->Zero());
         fixed = true;
     }
     return !fixed;
 }
 
-void CElemD::GetTraceValue(CCalc* calc, int kind, double* value, double* value2) {
+void CElemD::GetTraceValue(CSolverPort* calc, int kind, double* value, double* value2) {
     *value = 0.0;
     *value2 = 0.0;
     if (!IsQuad() || kind != 2) return;
-    const double* x = calc->VecX;
     const int k = firstBranch;
     double sum = 0.0;
     for (int n = 0; n < 4; ++n) {
         int a, b;
         QuadPair(n, &a, &b);
-        sum += (x[b] - x[a]) * x[k + n];
+        sum += (calc->X(b) - calc->X(a)) * calc->X(k + n);
     }
     *value = sum;
 }

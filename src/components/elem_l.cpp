@@ -1,45 +1,55 @@
 #include "components/elem_l.h"
 
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include "components/element_state.h"
-#include "components/param_check.h"
-#include "document/xml_node.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
 namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-CParam s_ParamsL[] = {{kParamFormula, "L", "H"}, {kParamFormula, "IC", "A"}, {}};
-CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {kParamFormula, "IC", "A"}, {}};
-CParam s_ParamsCoupled[] = {{kParamFormula, "L1", "H"},  {kParamFormula, "L2", "H"},
-                            {kParamFormula, "K12", ""},  {kParamFormula, "IC1", "A"},
-                            {kParamFormula, "IC2", "A"}, {}};
+enum InductorRow : uint8_t { kL, kL1, kL2, kK12, kIC, kIC1, kIC2, kTable, kRowCount };
 
-void MakeBlank(CFormula& f) {
-    f.m_Blank = true;
-    f.m_Value = kNaN;
-}
+// "l" stays with every model of "L_L", so a change of model keeps it. The
+// coupled pair names its first inductance and current L1 and IC1.
+constexpr CParamRow kRows[] = {
+    FormulaRow("L", "H", "l", MemberAt<&CElemL::l>, 1e-6),
+    FormulaRow("L1", "H", "l1", MemberAt<&CElemL::l>, 1e-6, {ParamTest::InfiniteColon}),
+    FormulaRow("L2", "H", "l2", MemberAt<&CElemL::l2>, 1e-6, {ParamTest::InfiniteColon}),
+    CheckedAs(FormulaRow("K12", "", "k12", MemberAt<&CElemL::k12>, 1.0,
+                         {ParamTest::BelowMinusOne, ParamTest::AboveOne}),
+              "K"),
+    InitialCondition("IC", "A", "ic", MemberAt<&CElemL::ic>),
+    InitialCondition("IC1", "A", "ic1", MemberAt<&CElemL::ic>),
+    InitialCondition("IC2", "A", "ic2", MemberAt<&CElemL::ic2>),
+    TableRow("pwl", "pwl", MemberAt<&CCmp::pwl>),
+};
+static_assert(std::size(kRows) == kRowCount);
+
+constexpr uint8_t kOrderL[] = {kL, kIC, kEndOfRows};
+constexpr uint8_t kOrderPwl[] = {kTable, kIC, kEndOfRows};
+constexpr uint8_t kOrderCoupled[] = {kL1, kL2, kK12, kIC1, kIC2, kEndOfRows};
 
 }  // namespace
 
+const CParamTable kInductorParams = ParamTableOf(kRows);
+
 const CModelInfo kModelsLL[] = {
-    {"L", ModelId::L, s_ParamsL, 0, 1, kReadVIP},
-    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
+    {"L", ModelId::L, kOrderL, 0, 1, kReadVIP},
+    {"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP},
     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsLVcl[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
-const CModelInfo kModelsLCcl[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
-const CModelInfo kModelsLCl[] = {{"L", ModelId::L, s_ParamsCoupled, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsLVcl[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP}, {}};
+const CModelInfo kModelsLCcl[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsLCl[] = {{"L", ModelId::L, kOrderCoupled, 0, 2, kReadVIP}, {}};
 
 CElemL::CElemL(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), i(kNaN), i2(kNaN) {
-    MakeBlank(ic);
-    MakeBlank(ic2);
     if (type == TypeId::Inductor) pwl.SetLabels("I", "L, H", "L(I)", "H(I)");
     else if (type == TypeId::VoltageControlledInductor) pwl.SetLabels("V", "L, H", "L(V)", "");
     else if (type == TypeId::CurrentControlledInductor) pwl.SetLabels("A", "L, H", "L(I)", "");
@@ -47,43 +57,9 @@ CElemL::CElemL(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), i(kNaN), 
 
 bool CElemL::IsCoupled() const { return type == TypeId::CoupledInductors; }
 
-bool CElemL::Xml(CXmlNode* node, bool modelOnly) {
-    CCmp::Xml(node, modelOnly);
-    if (IsCoupled()) {
-        node->Val("l1", l);
-        node->Val("l2", l2);
-        node->Val("k12", k12);
-        node->Val("ic1", ic);
-        node->Val("ic2", ic2);
-        return true;
-    }
-    // "l" stays with every model of "L_L", so a change of model keeps it.
-    if (type == TypeId::Inductor) node->Val("l", l);
-    node->Val("ic", ic);
-    return true;
-}
-
-CParam* CElemL::BindParams() {
-    if (IsCoupled()) return qz3::BindParams(s_ParamsCoupled, {&l, &l2, &k12, &ic, &ic2});
-    if (model == ModelId::L) return qz3::BindParams(s_ParamsL, {&l, &ic});
-    if (model == ModelId::Pwl) return qz3::BindParams(s_ParamsPwl, {&pwl, &ic});
-    return nullptr;
-}
-
-bool CElemL::CheckParams(CCalc* calc) {
-    if (model != ModelId::L) return true;
-    CParamCheck check(calc, this);
-    if (!IsCoupled()) return check.Param(l, "L").Ok();
-    check.Param(l, "L1").Fault(std::isinf(l.m_Value), "L1 : infinite");
-    check.Param(l2, "L2").Fault(std::isinf(l2.m_Value), "L2 : infinite");
-    const double k = k12.m_Value;
-    check.Param(k12, "K").Fault(k < -1, "K < -1").Fault(k > 1, "K > 1");
-    return check.Ok();
-}
-
 double CElemL::Inductance() const { return model == ModelId::Pwl ? pwl.Slope(state) : l.m_Value; }
 
-bool CElemL::Simulate(CCalc* calc, int phase, double t) {
+bool CElemL::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit:
             Init(calc);
@@ -96,7 +72,7 @@ bool CElemL::Simulate(CCalc* calc, int phase, double t) {
     }
 }
 
-void CElemL::Init(CCalc* calc) {
+void CElemL::Init(CSolverPort* calc) {
     if (lastModel != ModelId::None) return;
     i = ic.m_Value;
     i2 = ic2.m_Value;
@@ -113,17 +89,17 @@ void CElemL::Init(CCalc* calc) {
 }
 
 // A zero inductor never holds a current: it stays a plain short.
-void CElemL::Store(CCalc* calc) {
+void CElemL::Store(CSolverPort* calc) {
     const int k = firstBranch;
-    i = calc->VecX[k];
+    i = calc->X(k);
     if (model == ModelId::L && l.m_Value == 0.0) i = kNaN;
     if (!IsCoupled()) return;
-    i2 = calc->VecX[k + 1];
+    i2 = calc->X(k + 1);
     if (l2.m_Value == 0.0) i2 = kNaN;
 }
 
-bool CElemL::Stamp(CCalc* calc) {
-    if (calc->m_StampPass != 0) return true;
+bool CElemL::Stamp(CSolverPort* calc) {
+    if (calc->StampPass() != 0) return true;
     const int k = firstBranch;
     if (IsCoupled()) {
         StampCoupled(calc);
@@ -134,18 +110,18 @@ bool CElemL::Stamp(CCalc* calc) {
     return true;
 }
 
-void CElemL::StampSingle(CCalc* calc, int a, int b, int k) {
+void CElemL::StampSingle(CSolverPort* calc, int a, int b, int k) {
     const double L = Inductance();
-    if (calc->m_Integrating == 0) {
+    if (calc->Integrating() == 0) {
         if (std::isnan(i)) {
-            StampBranchShort(calc, a, b, k);
+            calc->StampBranchVoltage(a, b, k, 0.0);
             return;
         }
         calc->StampCurrent(a, b, k, i);
         // The current moves by the voltage over L.
         if (L != 0.0) {
-            calc->MatrixC[k][a] = 1 / L;
-            calc->MatrixC[k][b] = -1 / L;
+            calc->SetC(k, a, 1 / L);
+            calc->SetC(k, b, -1 / L);
         }
         return;
     }
@@ -153,41 +129,39 @@ void CElemL::StampSingle(CCalc* calc, int a, int b, int k) {
         calc->StampCurrent(a, b, k, i);
         return;
     }
-    StampBranchShort(calc, a, b, k);
-    calc->MatrixC[k][k] = calc->m_Transient ? -L : -L * calc->m_Omega;
+    calc->StampBranchVoltage(a, b, k, 0.0);
+    calc->SetC(k, k, calc->IsTransient() ? -L : -L * calc->Omega());
 }
 
 // In the DC equations a winding of known current keeps its flux L*i as the
 // row's quantity; with the derivatives both windings are shorts and the
 // mutual inductance couples their rows.
-void CElemL::StampCoupled(CCalc* calc) {
+void CElemL::StampCoupled(CSolverPort* calc) {
     const int k = firstBranch;
     const int windings[2][3] = {{nodes[0], nodes[1], k}, {nodes[2], nodes[3], k + 1}};
     const double L[2] = {l.m_Value, l2.m_Value};
     const double current[2] = {i, i2};
-    double** G = calc->MatrixG;
     for (int w = 0; w < 2; ++w) {
         const int a = windings[w][0], b = windings[w][1], kw = windings[w][2];
-        if (calc->m_Integrating != 0 || std::isnan(current[w])) {
-            StampBranchShort(calc, a, b, kw);
+        if (calc->Integrating() != 0 || std::isnan(current[w])) {
+            calc->StampBranchVoltage(a, b, kw, 0.0);
             continue;
         }
-        G[a][kw] += 1;
-        G[b][kw] -= 1;
-        G[kw][kw] = L[w];
-        calc->VecB[kw] = -(current[w] * L[w]);
+        calc->AddG(a, kw, 1);
+        calc->AddG(b, kw, -1);
+        calc->SetG(kw, kw, L[w]);
+        calc->SetB(kw, -(current[w] * L[w]));
     }
-    if (calc->m_Integrating == 0) return;
-    const double scale = calc->m_Transient ? 1.0 : calc->m_Omega;
+    if (calc->Integrating() == 0) return;
+    const double scale = calc->IsTransient() ? 1.0 : calc->Omega();
     const double M = std::sqrt(L[0] * L[1]) * k12.m_Value;
-    double** C = calc->MatrixC;
-    C[k][k] = -L[0] * scale;
-    C[k][k + 1] = -M * scale;
-    C[k + 1][k + 1] = -L[1] * scale;
-    C[k + 1][k] = -M * scale;
+    calc->SetC(k, k, -L[0] * scale);
+    calc->SetC(k, k + 1, -M * scale);
+    calc->SetC(k + 1, k + 1, -L[1] * scale);
+    calc->SetC(k + 1, k, -M * scale);
 }
 
-bool CElemL::CheckIC(CCalc* calc) {
+bool CElemL::CheckIC(CSolverPort* calc) {
     const int k = firstBranch;
     const bool first = CheckCurrentIC(calc, this, i, nodes[0], nodes[1], k);
     if (!IsCoupled()) return first;
@@ -195,17 +169,16 @@ bool CElemL::CheckIC(CCalc* calc) {
     return first && second;
 }
 
-bool CElemL::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemL::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     if (model != ModelId::Pwl) return true;
-    const double* x = calc->VecX;
     const int k = firstBranch;
     if (type == TypeId::Inductor) {
-        *changedOut = pwl.CheckSegment(x[k], commit);
+        *changedOut = pwl.CheckSegment(calc->X(k), commit);
         return true;
     }
     // The flux stays across the change of inductance.
-    const double control = type == TypeId::VoltageControlledInductor ? x[nodes[3]] - x[nodes[2]] : x[k + 1];
-    FollowControlSegment(calc, this, pwl, control, commit, changedOut, x[k], i);
+    const double control = type == TypeId::VoltageControlledInductor ? calc->X(nodes[3]) - calc->X(nodes[2]) : calc->X(k + 1);
+    FollowControlSegment(calc, this, pwl, control, commit, changedOut, calc->X(k), i);
     return true;
 }
 

@@ -21,6 +21,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kInductorParams;
 extern const CModelInfo kModelsLL[];
 extern const CModelInfo kModelsLVcl[];
 extern const CModelInfo kModelsLCcl[];
@@ -29,37 +30,33 @@ extern const CModelInfo kModelsLCl[];
 class CElemL : public CCmp {
 public:
     explicit CElemL(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemL(type); }
 
-    bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
-    bool Simulate(CCalc* calc, int phase, double t) override;
+    bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
-    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
+    bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
     void Transform(const CTransform& edit) override;
     void* ICMemory(int op) override;
 
     double icMemory[3] = {};
-    CFormula l{1e-6};     // L or L1, "H"
+    CFormula l;           // L or L1, "H"
     CFormula ic;          // IC or IC1, "A", blank allowed
     double i;             // current of winding 1
-    CFormula l2{1e-6};    // L2, "H"
+    CFormula l2;          // L2, "H"
     CFormula ic2;         // IC2, "A", blank allowed
-    CFormula k12{1.0};    // K12
+    CFormula k12;         // K12
     double i2;            // current of winding 2
 
 private:
     bool IsCoupled() const;
     // The inductance of winding 1: `l`, or the slope of the present segment.
     double Inductance() const;
-    void Init(CCalc* calc);
-    void Store(CCalc* calc);
-    bool Stamp(CCalc* calc);
-    void StampSingle(CCalc* calc, int a, int b, int k);
-    void StampCoupled(CCalc* calc);
-    bool CheckIC(CCalc* calc);
+    void Init(CSolverPort* calc);
+    void Store(CSolverPort* calc);
+    bool Stamp(CSolverPort* calc);
+    void StampSingle(CSolverPort* calc, int a, int b, int k);
+    void StampCoupled(CSolverPort* calc);
+    bool CheckIC(CSolverPort* calc);
 };
 
 }  // namespace qz3

@@ -13,7 +13,7 @@ const CModelInfo kPendingModelsDBridge[] = {{"Diode", ModelId::Diode}, {}};
 
 bool CElemPending::IsLabel() const { return type == TypeId::Label; }
 
-bool CElemPending::CheckParams(CCalc* calc) {
+bool CElemPending::CheckParams(CSolverPort* calc) {
     return AddCmpError(calc, std::string("type ") + typeInfo->typeName + " not available in this build");
 }
 

@@ -16,10 +16,9 @@ namespace qz3 {
 class CElemPending : public CCmp {
 public:
     explicit CElemPending(const CCmpType* type) : CCmp(type) {}
-    static CCmp* Create(const CCmpType* type) { return new CElemPending(type); }
 
     bool IsLabel() const override;
-    bool CheckParams(CCalc* calc) override;
+    bool CheckParams(CSolverPort* calc) override;
 };
 
 // Model rows of families whose classes come later: names and numbers only,

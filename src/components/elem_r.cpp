@@ -1,32 +1,46 @@
 #include "components/elem_r.h"
 
 #include <cmath>
+#include <iterator>
 
-#include "document/xml_node.h"
 
 namespace qz3 {
 
 namespace {
 
-CParam s_ParamsR[] = {{kParamFormula, "R", "Ohm"}, {}};
-CParam s_ParamsPot[] = {{kParamFormula, "R", "Ohm"}, {kParamFormula, "Position", ""}, {}};
-CParam s_ParamsPwl[] = {{kParamPwl, "pwl", ""}, {}};
+enum ResistorRow : uint8_t { kR, kPosition, kTable, kTableI, kRowCount };
+
+// "r" is kept for every model of "R_R", so a change of model doesn't lose
+// the resistance.
+constexpr CParamRow kRows[] = {
+    FormulaRow("R", "Ohm", "r", MemberAt<&CElemR::r>, 1.0),
+    FormulaRow("Position", "", "p", MemberAt<&CElemR::position>, 0.0, {ParamTest::Negative, ParamTest::AboveOne}),
+    TableRow("pwl", "pwl", MemberAt<&CCmp::pwl>),
+    TableRow("pwl", "pwli", MemberAt<&CElemR::pwlI>),  // V(I) of "PWL-I"
+};
+static_assert(std::size(kRows) == kRowCount);
+
+constexpr uint8_t kOrderR[] = {kR, kEndOfRows};
+constexpr uint8_t kOrderPot[] = {kR, kPosition, kEndOfRows};
+constexpr uint8_t kOrderPwl[] = {kTable, kEndOfRows};
+constexpr uint8_t kOrderPwlI[] = {kTableI, kEndOfRows};
 
 }  // namespace
 
+const CParamTable kResistorParams = ParamTableOf(kRows);
+
 const CModelInfo kModelsRR[] = {
-    {"R", ModelId::R, s_ParamsR, 0, 0, kReadVIP},
-    {"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP},
-    {"PWL-I", ModelId::PwlI, s_ParamsPwl, 0, 1, kReadVIP},
+    {"R", ModelId::R, kOrderR, 0, 0, kReadVIP},
+    {"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP},
+    {"PWL-I", ModelId::PwlI, kOrderPwlI, 0, 1, kReadVIP},
     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
     {},
 };
-const CModelInfo kModelsRPot[] = {{"Potentiometer", ModelId::Potentiometer, s_ParamsPot, 0, 0, kReadVIP}, {}};
-const CModelInfo kModelsRVcr[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 1, kReadVIP}, {}};
-const CModelInfo kModelsRCcr[] = {{"PWL", ModelId::Pwl, s_ParamsPwl, 0, 2, kReadVIP}, {}};
+const CModelInfo kModelsRPot[] = {{"Potentiometer", ModelId::Potentiometer, kOrderPot, 0, 0, kReadVIP}, {}};
+const CModelInfo kModelsRVcr[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP}, {}};
+const CModelInfo kModelsRCcr[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 2, kReadVIP}, {}};
 
 CElemR::CElemR(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), pwlI(this) {
-    if (IsType(TypeId::Resistor) || IsType(TypeId::Potentiometer)) r.m_Value = 1.0;
     if (IsType(TypeId::Resistor)) {
         // R(V) or I(V): the table holds resistances, the element stamps
         // their reciprocals.
@@ -40,41 +54,7 @@ CElemR::CElemR(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), pwlI(this
     }
 }
 
-bool CElemR::Xml(CXmlNode* node, bool modelOnly) {
-    CCmp::Xml(node, modelOnly);
-    // "r" is kept for every model of "R_R", so a change of model doesn't
-    // lose the resistance.
-    if (IsType(TypeId::Resistor) || IsType(TypeId::Potentiometer)) node->Val("r", r);
-    if (IsType(TypeId::Potentiometer)) node->Val("p", position);
-    if (model == ModelId::PwlI) {
-        pwlI.m_Text = node->Str("pwli", pwlI.m_Text);
-        pwlI.m_FileName = node->Str("pwlif", pwlI.m_FileName);
-        pwlI.m_FileMode = node->Int("pwlim", pwlI.m_FileMode);
-    }
-    return true;
-}
-
-CParam* CElemR::BindParams() {
-    switch (model) {
-        case ModelId::R: return qz3::BindParams(s_ParamsR, {&r});
-        case ModelId::Potentiometer: return qz3::BindParams(s_ParamsPot, {&r, &position});
-        case ModelId::Pwl: return qz3::BindParams(s_ParamsPwl, {&pwl});
-        case ModelId::PwlI: return qz3::BindParams(s_ParamsPwl, {&pwlI});
-        default: return nullptr;
-    }
-}
-
-bool CElemR::CheckParams(CCalc* calc) {
-    bool sound = true;
-    if (model == ModelId::R || model == ModelId::Potentiometer) sound = !FormulaFault(calc, r, "R");
-    if (model != ModelId::Potentiometer) return sound;
-    if (FormulaFault(calc, position, "Position")) return false;
-    if (position.m_Value < 0) return AddCmpError(calc, "Position < 0");
-    if (position.m_Value > 1) return AddCmpError(calc, "Position > 1");
-    return sound;
-}
-
-int CElemR::AssignBranches(CCalc* calc, int first) {
+int CElemR::AssignBranches(CSolverPort* calc, int first) {
     if (model == ModelId::R) {
         branchCount = r.m_Value == 0.0 ? 1 : 0;
     } else if (model == ModelId::Potentiometer) {
@@ -93,7 +73,7 @@ CPWL* CElemR::SegmentTable() {
     return nullptr;
 }
 
-bool CElemR::Simulate(CCalc* calc, int phase, double t) {
+bool CElemR::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit:
             if (model != lastModel) state = 0;
@@ -112,7 +92,7 @@ bool CElemR::Simulate(CCalc* calc, int phase, double t) {
 // Pins joined by a conducting path share a group; a control pair of a
 // voltage controlled resistor draws nothing, so its pins stand alone.
 void CElemR::SetPinGroups() {
-    int* groups = nodes + pinCount;
+    int* groups = PinGroups();
     for (int i = 0; i < pinCount; ++i) groups[i] = 1;
     if (IsType(TypeId::VoltageControlledResistor)) {
         groups[2] = 2;
@@ -132,21 +112,21 @@ bool CElemR::SegmentRange(int* first, int* last) {
     return *first < *last;
 }
 
-bool CElemR::CheckSegment(CCalc* calc, bool commit) {
+bool CElemR::CheckSegment(CSolverPort* calc, bool commit) {
     if (!IsType(TypeId::Resistor)) return false;
     if (model == ModelId::Pwl) return pwl.CheckSegment(X(calc, nodes[1]) - X(calc, nodes[0]), commit);
     if (model == ModelId::PwlI) return pwlI.CheckSegment(X(calc, firstBranch), commit);
     return false;
 }
 
-bool CElemR::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemR::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     if (model != ModelId::Pwl || !(IsType(TypeId::VoltageControlledResistor) || IsType(TypeId::CurrentControlledResistor))) return true;
     const double control = IsType(TypeId::VoltageControlledResistor) ? X(calc, nodes[3]) - X(calc, nodes[2]) : X(calc, firstBranch + 1);
     *changedOut = pwl.CheckSegment(control, commit);
     return true;
 }
 
-bool CElemR::GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* resistance) {
+bool CElemR::GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* resistance) {
     CCmp::GetTraceNodes(calc, kind, nodeA, nodeB, branch, resistance);
     if (model == ModelId::R) *resistance = r.m_Value;
     return true;

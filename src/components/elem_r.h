@@ -18,6 +18,7 @@
 
 namespace qz3 {
 
+extern const CParamTable kResistorParams;
 extern const CModelInfo kModelsRR[];
 extern const CModelInfo kModelsRPot[];
 extern const CModelInfo kModelsRVcr[];
@@ -26,18 +27,14 @@ extern const CModelInfo kModelsRCcr[];
 class CElemR : public CCmp {
 public:
     explicit CElemR(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemR(type); }
 
-    bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
-    int AssignBranches(CCalc* calc, int first) override;
-    bool Simulate(CCalc* calc, int phase, double t) override;
-    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
-    bool GetTraceNodes(CCalc* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) override;
+    int AssignBranches(CSolverPort* calc, int first) override;
+    bool Simulate(CSolverPort* calc, int phase, double t) override;
+    bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
+    bool GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) override;
     void Transform(const CTransform& edit) override;
     bool SegmentRange(int* first, int* last) override;
-    bool CheckSegment(CCalc* calc, bool commit) override;
+    bool CheckSegment(CSolverPort* calc, bool commit) override;
 
     CFormula r;         // R, "Ohm"
     CFormula position;  // Position, "R_Pot" only
@@ -47,12 +44,12 @@ private:
     bool IsType(TypeId id) const { return type == id; }
     // The table whose segment is the element's state in the present model.
     CPWL* SegmentTable();
-    bool Stamp(CCalc* calc);
-    bool StampPotentiometer(CCalc* calc);
-    bool StampPwlI(CCalc* calc);
+    bool Stamp(CSolverPort* calc);
+    bool StampPotentiometer(CSolverPort* calc);
+    bool StampPwlI(CSolverPort* calc);
     void SetPinGroups();
     // Solution value x[i] of the running solver.
-    static double X(CCalc* calc, int index);
+    static double X(CSolverPort* calc, int index);
 };
 
 }  // namespace qz3

@@ -1,17 +1,17 @@
 // The resistor family's entries in the equations (PhaseStamp, pass 0) and
 // its reading of the solution.
 #include "components/elem_r.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
 namespace {
 }
 
-double CElemR::X(CCalc* calc, int index) { return calc->VecX[index]; }
+double CElemR::X(CSolverPort* calc, int index) { return calc->X(index); }
 
-bool CElemR::Stamp(CCalc* calc) {
-    if (calc->m_StampPass != 0) return true;
+bool CElemR::Stamp(CSolverPort* calc) {
+    if (calc->StampPass() != 0) return true;
     const int a = nodes[0], b = nodes[1];
     const int k = firstBranch;
     bool sound = true;
@@ -26,7 +26,7 @@ bool CElemR::Stamp(CCalc* calc) {
             if (IsType(TypeId::Resistor)) {
                 // i_k = slope * (x_b - x_a) + offset, the conductance of the segment.
                 calc->StampVCCS(b, a, a, b, k, pwl.Slope(state));
-                calc->VecB[k] = -pwl.Offset(state);
+                calc->SetB(k, -pwl.Offset(state));
                 break;
             }
             if (type == TypeId::CurrentControlledResistor) calc->StampSwitch(nodes[2], nodes[3], k + 1, true);
@@ -37,7 +37,7 @@ bool CElemR::Stamp(CCalc* calc) {
     return sound ? true : calc->CmpError(this, nullptr);
 }
 
-bool CElemR::StampPotentiometer(CCalc* calc) {
+bool CElemR::StampPotentiometer(CSolverPort* calc) {
     const int a = nodes[0], b = nodes[1], c = nodes[2];
     const int k = firstBranch;
     const double R = r.m_Value, p = position.m_Value;
@@ -59,21 +59,12 @@ bool CElemR::StampPotentiometer(CCalc* calc) {
 }
 
 // x[b] - x[a] = s * i + o, with i the unknown k.
-bool CElemR::StampPwlI(CCalc* calc) {
+bool CElemR::StampPwlI(CSolverPort* calc) {
     const int a = nodes[0], b = nodes[1];
     const int k = firstBranch;
     const double s = pwlI.Slope(state), o = pwlI.Offset(state);
-    double** G = calc->MatrixG;
-    if (a == b && o == 0.0) {
-        G[k][k] = -s;
-        return true;
-    }
-    G[a][k] += 1;
-    G[b][k] -= 1;
-    G[k][a] -= 1;
-    G[k][b] += 1;
-    calc->VecB[k] = -o;
-    G[k][k] = -s;
+    calc->StampBranchVoltage(a, b, k, o);
+    calc->SetG(k, k, -s);
     return true;
 }
 

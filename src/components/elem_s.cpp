@@ -4,46 +4,46 @@
 #include "document/xml_node.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
 namespace {
 
+using Time = SwitchTimeOrders<0>;
+
 }  // namespace
+
+const CParamTable kTimeSwitchParams = ParamTableOf(kSwitchTimeRows);
 
 // The second way of "S_S3" has its own unknown in every model, "Clock"
 // included, so that no way shares an unknown with another element.
-const CModelInfo kModelsSS[] = {
-    {"Off", ModelId::Off, nullptr, 0, 1, kReadVIP},    {"On", ModelId::On, nullptr, 0, 1, kReadVIP},     {"Step", ModelId::Step, nullptr, 0, 1, kReadVIP},
-    {"Single", ModelId::Single, nullptr, 0, 1, kReadVIP}, {"Pulse", ModelId::Pulse, nullptr, 0, 1, kReadVIP},   {"Clock", ModelId::Clock, nullptr, 0, 1, kReadVIP},
-    {"List", ModelId::List, nullptr, 0, 1, kReadVIP},     {"File", ModelId::File, nullptr, 0, 1, kReadVIP},     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
-    {},
-};
-const CModelInfo kModelsSS3[] = {
-    {"Off", ModelId::Off, nullptr, 0, 2, kReadVIP},    {"On", ModelId::On, nullptr, 0, 2, kReadVIP},     {"Step", ModelId::Step, nullptr, 0, 2, kReadVIP},
-    {"Single", ModelId::Single, nullptr, 0, 2, kReadVIP}, {"Pulse", ModelId::Pulse, nullptr, 0, 2, kReadVIP},   {"Clock", ModelId::Clock, nullptr, 0, 2, kReadVIP},
-    {"List", ModelId::List, nullptr, 0, 2, kReadVIP},     {"File", ModelId::File, nullptr, 0, 2, kReadVIP},     {"SubCir", ModelId::SubCir, nullptr, 0, 0},
-    {},
-};
+#define QZ3_TIME_SWITCH_MODELS(b)                                                                                  \
+    {"Off", ModelId::Off, nullptr, 0, b, kReadVIP}, {"On", ModelId::On, nullptr, 0, b, kReadVIP},                   \
+        {"Step", ModelId::Step, Time::kStep, 0, b, kReadVIP}, {"Single", ModelId::Single, Time::kSingle, 0, b, kReadVIP}, \
+        {"Pulse", ModelId::Pulse, Time::kPulse, 0, b, kReadVIP}, {"Clock", ModelId::Clock, Time::kClock, 0, b, kReadVIP}, \
+        {"List", ModelId::List, Time::kList, 0, b, kReadVIP}, {"File", ModelId::File, Time::kFile, 0, b, kReadVIP},       \
+        {"SubCir", ModelId::SubCir, nullptr, 0, 0}, {}
+
+const CModelInfo kModelsSS[] = {QZ3_TIME_SWITCH_MODELS(1)};
+const CModelInfo kModelsSS3[] = {QZ3_TIME_SWITCH_MODELS(2)};
+
+#undef QZ3_TIME_SWITCH_MODELS
 
 bool CElemS::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
-    active = node->Bool("a", active != 0) ? 1 : 0;
     XmlSignal(node);
     return true;
 }
 
-CParam* CElemS::BindParams() { return BindTimeParams(); }
+bool CElemS::CheckParams(CSolverPort* calc) { return CheckSignal(calc); }
 
-bool CElemS::CheckParams(CCalc* calc) { return CheckSignal(calc); }
-
-bool CElemS::Simulate(CCalc* calc, int phase, double t) {
+bool CElemS::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit: return Init(calc, t);
         case PhaseReset: signal.Reset(); return true;
         case PhaseStamp:
-            if (calc->m_StampPass != 0) return true;
+            if (calc->StampPass() != 0) return true;
             if (IsTimeModel(model)) state = SignalPosition();
             StampContacts(calc, state);
             return true;
@@ -53,7 +53,7 @@ bool CElemS::Simulate(CCalc* calc, int phase, double t) {
     }
 }
 
-bool CElemS::Init(CCalc* calc, double t) {
+bool CElemS::Init(CSolverPort* calc, double t) {
     if (model == ModelId::On) state = 1;
     if (model == ModelId::Off) state = 0;
     if (!IsTimeModel(model)) return true;
@@ -88,12 +88,12 @@ std::string CElemS::SaveIC(std::string& out, int index, bool apply) {
     return out;
 }
 
-bool CElemS::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemS::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     CheckClock(commit, changedOut);
     return true;
 }
 
-void CElemS::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+void CElemS::NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
     SignalEvent(calc, t, tNext, stepMax, stepMin);
 }
 

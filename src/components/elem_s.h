@@ -7,28 +7,27 @@
 
 namespace qz3 {
 
+extern const CParamTable kTimeSwitchParams;
 extern const CModelInfo kModelsSS[];
 extern const CModelInfo kModelsSS3[];
 
 class CElemS : public CSwitchBase {
 public:
     explicit CElemS(const CCmpType* type) : CSwitchBase(type) {}
-    static CCmp* Create(const CCmpType* type) { return new CElemS(type); }
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
-    bool Simulate(CCalc* calc, int phase, double t) override;
+    bool CheckParams(CSolverPort* calc) override;
+    bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
-    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
-    void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
+    bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
+    void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
     bool IsOn() const override;
 
     double tSources = 0.0;  // time of the last PhaseSources, "t" of the state text
 
 private:
-    bool Init(CCalc* calc, double t);
+    bool Init(CSolverPort* calc, double t);
 };
 
 }  // namespace qz3

@@ -24,6 +24,8 @@
 
 namespace qz3 {
 
+extern const CParamTable kVoltageSourceParams;
+extern const CParamTable kCurrentSourceParams;
 extern const CModelInfo kModelsVV[];
 extern const CModelInfo kModelsVCV[];
 extern const CModelInfo kModelsII[];
@@ -32,42 +34,39 @@ extern const CModelInfo kModelsICI[];
 class CElemV : public CCmp {
 public:
     explicit CElemV(const CCmpType* type);
-    static CCmp* Create(const CCmpType* type) { return new CElemV(type); }
 
     bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
+    bool CheckParams(CSolverPort* calc) override;
     int PinKind(int pin) const override;
-    bool Simulate(CCalc* calc, int phase, double t) override;
+    bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
-    bool CheckState(CCalc* calc, bool commit, bool* changed) override;
-    void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
+    bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
+    void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
 
     bool IsVoltage() const;
     bool IsControlled() const;
     // A waveform of CSignal ("Function" included).
     bool IsTimeModel() const;
 
-    CFormula value{10.0};  // V or I, key "v"
+    CFormula value;  // V or I, key "v"
     CSignal signal;
     double tEnd = 0.0;         // "One-shot": end of the pulse
     double lastSourceTime = 0.0;  // time of the last PhaseSources
 
 private:
-    bool Init(CCalc* calc, double t);
-    void LoadStoredState(CCalc* calc);
-    bool Stamp(CCalc* calc);
+    bool Init(CSolverPort* calc, double t);
+    void LoadStoredState(CSolverPort* calc);
+    bool Stamp(CSolverPort* calc);
     // The branch k follows a value written into VecE[k].
-    bool StampInput(CCalc* calc);
+    bool StampInput(CSolverPort* calc);
     // The branch k holds the constant v in VecB[k].
-    bool StampConstant(CCalc* calc, double v);
-    bool Sources(CCalc* calc, double t);
+    bool StampConstant(CSolverPort* calc, double v);
+    bool Sources(CSolverPort* calc, double t);
     void SetPinGroups();
-    bool CheckOneShot(const char* letter, CCalc* calc);
     // Control voltage minus the logic threshold.
-    double Control(const CCalc* calc) const;
-    void CheckControl(CCalc* calc, bool commit, bool* changedOut);
+    double Control(const CSolverPort* calc) const;
+    void CheckControl(CSolverPort* calc, bool commit, bool* changedOut);
     void CheckClock(bool commit, bool* changedOut);
 };
 

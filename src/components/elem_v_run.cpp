@@ -7,7 +7,7 @@
 #include "components/element_state.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -25,11 +25,11 @@ double LastKeyHex(const std::string& list, const char* key, double def) {
 
 }  // namespace
 
-bool CElemV::Simulate(CCalc* calc, int phase, double t) {
+bool CElemV::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit: return Init(calc, t);
         case PhaseReset: signal.Reset(); return true;
-        case PhaseStamp: return calc->m_StampPass != 0 || Stamp(calc);
+        case PhaseStamp: return calc->StampPass() != 0 || Stamp(calc);
         case PhaseSources: return Sources(calc, t);
         case PhaseSample:
             if (model == ModelId::OneShot) state2 = Control(calc) > 0.0 ? 1 : 0;
@@ -39,7 +39,7 @@ bool CElemV::Simulate(CCalc* calc, int phase, double t) {
     }
 }
 
-bool CElemV::Init(CCalc* calc, double t) {
+bool CElemV::Init(CSolverPort* calc, double t) {
     if (model == ModelId::OneShot) {
         if (model != lastModel) {
             state = 0;
@@ -57,7 +57,7 @@ bool CElemV::Init(CCalc* calc, double t) {
     return true;
 }
 
-void CElemV::LoadStoredState(CCalc* calc) {
+void CElemV::LoadStoredState(CSolverPort* calc) {
     if (!IsControlled()) return;
     const std::string text = StoredState(calc, this);
     if (text.empty()) return;
@@ -70,7 +70,7 @@ void CElemV::LoadStoredState(CCalc* calc) {
     }
 }
 
-bool CElemV::Stamp(CCalc* calc) {
+bool CElemV::Stamp(CSolverPort* calc) {
     const int a = nodes[0], b = nodes[1];
     // A grounded voltage source drives its other node: a second one there
     // is a short circuit.
@@ -81,9 +81,9 @@ bool CElemV::Stamp(CCalc* calc) {
     return true;
 }
 
-bool CElemV::StampInput(CCalc* calc) {
+bool CElemV::StampInput(CSolverPort* calc) {
     const int a = nodes[0], b = nodes[1], k = firstBranch;
-    calc->RowInput[k] = 1;
+    calc->MarkInputRow(k);
     if (!IsVoltage()) {
         calc->StampCurrentRev(a, b, k, 0.0);
         calc->AddLink(3, 0, k, k, 0.0);
@@ -94,7 +94,7 @@ bool CElemV::StampInput(CCalc* calc) {
     return true;
 }
 
-bool CElemV::StampConstant(CCalc* calc, double v) {
+bool CElemV::StampConstant(CSolverPort* calc, double v) {
     const int a = nodes[0], b = nodes[1], k = firstBranch;
     if (!IsVoltage()) {
         calc->StampCurrentRev(a, b, k, v);
@@ -106,11 +106,11 @@ bool CElemV::StampConstant(CCalc* calc, double v) {
     return true;
 }
 
-bool CElemV::Sources(CCalc* calc, double t) {
+bool CElemV::Sources(CSolverPort* calc, double t) {
     lastSourceTime = t;
     const int k = firstBranch;
     if (hostDriven) {
-        calc->VecE[k] = -hostValue;
+        calc->SetSource(k, hostValue);
         return true;
     }
     if (!IsTimeModel()) return true;
@@ -120,15 +120,15 @@ bool CElemV::Sources(CCalc* calc, double t) {
 // Pins joined inside: both sides of a voltage source; a current source is
 // no path, and a control input stands alone.
 void CElemV::SetPinGroups() {
-    int* groups = nodes + pinCount;
+    int* groups = PinGroups();
     groups[0] = 1;
     groups[1] = IsVoltage() ? 1 : 2;
     if (pinCount > 2) groups[2] = groups[1] + 1;
 }
 
-double CElemV::Control(const CCalc* calc) const { return calc->VecX[nodes[2]] - calc->m_LogicThr; }
+double CElemV::Control(const CSolverPort* calc) const { return calc->X(nodes[2]) - calc->LogicThreshold(); }
 
-bool CElemV::CheckState(CCalc* calc, bool commit, bool* changedOut) {
+bool CElemV::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     if (IsControlled()) CheckControl(calc, commit, changedOut);
     if (model == ModelId::Clock) CheckClock(commit, changedOut);
     return true;
@@ -136,7 +136,7 @@ bool CElemV::CheckState(CCalc* calc, bool commit, bool* changedOut) {
 
 // A rising control starts the pulse or the waveform; a falling one only
 // re-arms the edge test, it reports nothing.
-void CElemV::CheckControl(CCalc* calc, bool commit, bool* changedOut) {
+void CElemV::CheckControl(CSolverPort* calc, bool commit, bool* changedOut) {
     const double c = Control(calc);
     if (model == ModelId::OneShot) {
         if (state2 == 0 && c > 0.0) {
@@ -144,7 +144,7 @@ void CElemV::CheckControl(CCalc* calc, bool commit, bool* changedOut) {
             if (!commit) return;
             state2 = 1;
             state = 1;
-            tEnd = signal.m_Width.m_Value + calc->m_Time;
+            tEnd = signal.m_Width.m_Value + calc->Time();
         } else if (state2 == 1 && c < 0.0 && commit) {
             state2 = 0;
         }
@@ -155,7 +155,7 @@ void CElemV::CheckControl(CCalc* calc, bool commit, bool* changedOut) {
         *changedOut = true;
         if (!commit) return;
         signal.SyncNumbers();
-        signal.RestartWave(calc->m_Time);
+        signal.RestartWave(calc->Time());
     } else if (signal.m_Running && c < 0.0 && commit) {
         signal.m_Running = false;
     }
@@ -168,7 +168,7 @@ void CElemV::CheckClock(bool commit, bool* changedOut) {
     if (commit) signal.ClockClose();
 }
 
-void CElemV::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+void CElemV::NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
     switch (model) {
         case ModelId::Single: case ModelId::Pulse: case ModelId::Step: case ModelId::Sin: case ModelId::File: case ModelId::List: case ModelId::Clock:
         case ModelId::Sweep: signal.NextEvent(calc, t, tNext, stepMax, stepMin); return;

@@ -6,14 +6,14 @@
 #include "components/cmp.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 #include "waveforms/pwl.h"
 
 namespace qz3 {
 
-std::string StoredState(const CCalc* calc, const CCmp* cmp) {
-    if (!calc || !calc->m_Transient || calc->m_StateId == 0 || !cmp->states) return {};
-    return StateById(*cmp->states, calc->m_StateId);
+std::string StoredState(const CSolverPort* calc, const CCmp* cmp) {
+    if (!calc || !calc->IsTransient() || calc->StateId() == 0 || !cmp->states) return {};
+    return StateById(*cmp->states, calc->StateId());
 }
 
 std::string StateForIC(const CCmp* cmp, int index, const std::string& present) {
@@ -35,52 +35,38 @@ std::string LastKeyStr(const std::string& list, const std::string& key) {
 
 namespace {
 
-bool ReportIC(CCalc* calc, const CCmp* cmp, bool added) {
+bool ReportIC(CSolverPort* calc, const CCmp* cmp, bool added) {
     calc->SetError(cmp->FullName() + (added ? " : IC added" : " : IC removed"));
     return false;
 }
 
 }  // namespace
 
-bool CheckCurrentIC(CCalc* calc, const CCmp* cmp, double& current, int a, int b, int k) {
-    const unsigned char* bad = calc->NodeBad;
+bool CheckCurrentIC(CSolverPort* calc, const CCmp* cmp, double& current, int a, int b, int k) {
     if (std::isnan(current)) {
-        if (!bad[k]) return true;
+        if (!calc->NodeState(k)) return true;
         current = 0.0;
         return ReportIC(calc, cmp, true);
     }
-    if (!bad[a] && !bad[b]) return true;
+    if (!calc->NodeState(a) && !calc->NodeState(b)) return true;
     current = std::numeric_limits<double>::quiet_NaN();
     return ReportIC(calc, cmp, false);
 }
 
-bool CheckVoltageIC(CCalc* calc, const CCmp* cmp, double& voltage, int a, int b, int k) {
-    const unsigned char* bad = calc->NodeBad;
+bool CheckVoltageIC(CSolverPort* calc, const CCmp* cmp, double& voltage, int a, int b, int k) {
     if (std::isnan(voltage)) {
-        if (!bad[a] && !bad[b]) return true;
+        if (!calc->NodeState(a) && !calc->NodeState(b)) return true;
         voltage = 0.0;
         return ReportIC(calc, cmp, true);
     }
-    if (!bad[k]) return true;
+    if (!calc->NodeState(k)) return true;
     voltage = std::numeric_limits<double>::quiet_NaN();
     return ReportIC(calc, cmp, false);
 }
 
-void StampBranchShort(CCalc* calc, int a, int b, int k) { StampBranchVoltage(calc, a, b, k, 0.0); }
-
-void StampBranchVoltage(CCalc* calc, int a, int b, int k, double v) {
-    if (a == b && v == 0.0) return;
-    double** G = calc->MatrixG;
-    G[a][k] += 1;
-    G[b][k] -= 1;
-    G[k][a] -= 1;
-    G[k][b] += 1;
-    calc->VecB[k] = -v;
-}
-
 std::string ParamText(const std::string& key, double value) { return key + "=" + NumberToText(value, 12); }
 
-void FollowControlSegment(CCalc* calc, CCmp* cmp, CPWL& pwl, double control, bool commit, bool* changed,
+void FollowControlSegment(CSolverPort* calc, CCmp* cmp, CPWL& pwl, double control, bool commit, bool* changed,
                           double present, double& held) {
     if (!commit) {
         *changed = pwl.CheckSegment(control, false);
@@ -92,12 +78,12 @@ void FollowControlSegment(CCalc* calc, CCmp* cmp, CPWL& pwl, double control, boo
     const double newSlope = pwl.Slope(cmp->state);
     if (cmp->state != oldSegment && newSlope != 0.0) {
         held = present * oldSlope / newSlope;
-        calc->m_JumpRequest = true;
+        calc->RequestJump();
     }
 }
 
 void SetControlledPinGroups(CCmp* cmp, bool voltageControl) {
-    int* groups = cmp->nodes + cmp->pinCount;
+    int* groups = cmp->PinGroups();
     groups[0] = groups[1] = 1;
     if (cmp->pinCount < 4) return;
     if (voltageControl) {

@@ -15,13 +15,13 @@
 
 namespace qz3 {
 
-class CCalc;
+class CSolverPort;
 class CCmp;
 class CPWL;
 
 // The stored-state entry of this element that the run starts from: only in
 // a transient run with a stored state id, "" otherwise.
-std::string StoredState(const CCalc* calc, const CCmp* cmp);
+std::string StoredState(const CSolverPort* calc, const CCmp* cmp);
 
 // The text "save IC" picks values from: index 0 the element's present state
 // (given as `present`), index n > 0 the n-th entry of its stored states.
@@ -33,21 +33,15 @@ std::string LastKeyStr(const std::string& list, const std::string& key);
 
 // A current state whose winding is between nodes a, b with branch k. False
 // (with the text set) when it had to change.
-bool CheckCurrentIC(CCalc* calc, const CCmp* cmp, double& current, int a, int b, int k);
+bool CheckCurrentIC(CSolverPort* calc, const CCmp* cmp, double& current, int a, int b, int k);
 // The dual for a voltage state held by branch k.
-bool CheckVoltageIC(CCalc* calc, const CCmp* cmp, double& voltage, int a, int b, int k);
-
-// The branch unknown k flows through a short from b to a:
-// x[b] - x[a] = 0, nothing entered when both pins share a node.
-void StampBranchShort(CCalc* calc, int a, int b, int k);
-// The same rows for a fixed voltage: x[b] - x[a] = v.
-void StampBranchVoltage(CCalc* calc, int a, int b, int k, double v);
+bool CheckVoltageIC(CSolverPort* calc, const CCmp* cmp, double& voltage, int a, int b, int k);
 
 // A controlled PWL element (pins 0, 1 the branch, 2, 3 the control) moves
 // to the segment of its control value. Committed, a new segment keeps the
 // product of slope and state (charge C v, flux L i): `held` jumps to
 // `present` * old slope / new slope, which asks for a new operating point.
-void FollowControlSegment(CCalc* calc, CCmp* cmp, CPWL& pwl, double control, bool commit, bool* changed,
+void FollowControlSegment(CSolverPort* calc, CCmp* cmp, CPWL& pwl, double control, bool commit, bool* changed,
                           double present, double& held);
 
 // Pin groups of such an element: the branch joins pins 0 and 1; a control

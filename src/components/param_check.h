@@ -16,13 +16,13 @@
 
 namespace qz3 {
 
-class CCalc;
+class CSolverPort;
 class CCmp;
 class CFormula;
 
 class CParamCheck {
 public:
-    CParamCheck(CCalc* calc, const CCmp* cmp) : m_Calc(calc), m_Cmp(cmp) {}
+    CParamCheck(CSolverPort* calc, const CCmp* cmp) : m_Calc(calc), m_Cmp(cmp) {}
 
     // Starts the checks of one parameter: a failed formula is its fault.
     CParamCheck& Param(const CFormula& formula, const std::string& name);
@@ -36,7 +36,7 @@ public:
 private:
     void Report(const std::string& text);
 
-    CCalc* m_Calc;
+    CSolverPort* m_Calc;
     const CCmp* m_Cmp;
     bool m_Ok = true;
     bool m_ParamOk = true;

@@ -4,12 +4,12 @@
 #include "document/doc.h"
 #include "expr/eval_expr.h"
 #include "expr/number_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
 
-CSignalContext SignalContextFor(CCalc* calc, CCmp* cmp) {
-    CDoc* doc = calc ? calc->m_Doc : nullptr;
+CSignalContext SignalContextFor(CSolverPort* calc, CCmp* cmp) {
+    CDoc* doc = calc ? calc->Doc() : nullptr;
     CCmps* cmps = cmp->owner;
     CSignalContext context;
     context.eval = [doc, cmps](const std::string& item, double& value, std::string& error) {
@@ -22,7 +22,7 @@ CSignalContext SignalContextFor(CCalc* calc, CCmp* cmp) {
     return context;
 }
 
-bool PrepareSignal(CCalc* calc, CCmp* cmp, CSignal& signal, double t, bool run) {
+bool PrepareSignal(CSolverPort* calc, CCmp* cmp, CSignal& signal, double t, bool run) {
     std::string error;
     if (!signal.Prepare(cmp->model, SignalContextFor(calc, cmp), error)) return cmp->AddCmpError(calc, error);
     signal.Start(t, run);

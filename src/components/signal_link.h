@@ -7,13 +7,13 @@
 
 namespace qz3 {
 
-class CCalc;
+class CSolverPort;
 class CCmp;
 
-CSignalContext SignalContextFor(CCalc* calc, CCmp* cmp);
+CSignalContext SignalContextFor(CSolverPort* calc, CCmp* cmp);
 
 // Prepares `signal` for the owner's model and starts it at t (idle unless
 // `run`). A failure is the owner's line in the solver's error text.
-bool PrepareSignal(CCalc* calc, CCmp* cmp, CSignal& signal, double t, bool run);
+bool PrepareSignal(CSolverPort* calc, CCmp* cmp, CSignal& signal, double t, bool run);
 
 }  // namespace qz3

@@ -2,47 +2,15 @@
 
 #include "components/signal_link.h"
 #include "document/xml_node.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 
 namespace qz3 {
-
-namespace {
-
-CParam s_ParamsStep[] = {{kParamFormula, "Delay", "s"}, {kParamOnOff, "Active"}, {}};
-CParam s_ParamsSingle[] = {{kParamFormula, "Width", "s"}, {kParamFormula, "Delay", "s"}, {kParamOnOff, "Active"}, {}};
-CParam s_ParamsPulse[] = {{kParamFormula, "Period", "s"},
-                          {kParamFormula, "Width", "s"},
-                          {kParamFormula, "Delay", "s"},
-                          {kParamOnOff, "Active"},
-                          {}};
-CParam s_ParamsClock[] = {{kParamFormula, "Period", "s"},
-                          {kParamFormula, "Step", "s"},
-                          {kParamFormula, "Delay", "s"},
-                          {kParamOnOff, "Active"},
-                          {}};
-CParam s_ParamsList[] = {{kParamList, "List"}, {kParamYesNo, "Cycle"}, {kParamFormula, "Delay", "s"}, {}};
-CParam s_ParamsFile[] = {{kParamFile, "File"}, {kParamYesNo, "Cycle"}, {kParamFormula, "Delay", "s"}, {}};
-
-}  // namespace
 
 CSwitchBase::CSwitchBase(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), signal(this) {}
 
 bool CSwitchBase::IsTimeModel(ModelId number) {
     return number == ModelId::Step || number == ModelId::Single || number == ModelId::Pulse || number == ModelId::Clock || number == ModelId::List ||
            number == ModelId::File;
-}
-
-CParam* CSwitchBase::BindTimeParams() {
-    CSignal& s = signal;
-    switch (model) {
-        case ModelId::Step: return qz3::BindParams(s_ParamsStep, {&s.m_Delay, &active});
-        case ModelId::Single: return qz3::BindParams(s_ParamsSingle, {&s.m_Width, &s.m_Delay, &active});
-        case ModelId::Pulse: return qz3::BindParams(s_ParamsPulse, {&s.m_Period, &s.m_Width, &s.m_Delay, &active});
-        case ModelId::Clock: return qz3::BindParams(s_ParamsClock, {&s.m_Period, &s.m_ClockStep, &s.m_Delay, &active});
-        case ModelId::List: return qz3::BindParams(s_ParamsList, {&s.m_List, &cycle, &s.m_Delay});
-        case ModelId::File: return qz3::BindParams(s_ParamsFile, {&s.m_File, &cycle, &s.m_Delay});
-        default: return nullptr;
-    }
 }
 
 void CSwitchBase::XmlSignal(CXmlNode* node) {
@@ -52,12 +20,15 @@ void CSwitchBase::XmlSignal(CXmlNode* node) {
     cycle = signal.m_Cycle ? 1 : 0;
 }
 
-bool CSwitchBase::CheckSignal(CCalc* calc) {
+bool CSwitchBase::CheckSignal(CSolverPort* calc) {
     if (!IsTimeModel(model)) return true;
-    return signal.CheckLines(model, FullName(), typeInfo->typeName[0], calc->m_Error);
+    std::string lines;
+    const bool sound = signal.CheckLines(model, FullName(), typeInfo->typeName[0], lines);
+    calc->AppendError(lines);
+    return sound;
 }
 
-bool CSwitchBase::StartSignal(CCalc* calc, double t, bool run) {
+bool CSwitchBase::StartSignal(CSolverPort* calc, double t, bool run) {
     signal.m_Cycle = cycle != 0;
     return PrepareSignal(calc, this, signal, t, run);
 }
@@ -79,7 +50,7 @@ int CSwitchBase::SecondContact() const {
 
 int CSwitchBase::SecondBranch() const { return type == TypeId::CurrentControlledSpdt ? 2 : 1; }
 
-void CSwitchBase::StampContacts(CCalc* calc, int p) {
+void CSwitchBase::StampContacts(CSolverPort* calc, int p) {
     const int common = nodes[1];
     calc->StampSwitch(nodes[0], common, firstBranch, p != 0);
     const int second = SecondContact();
@@ -92,12 +63,12 @@ void CSwitchBase::CheckClock(bool commit, bool* changedOut) {
     if (commit) signal.ClockClose();
 }
 
-void CSwitchBase::SignalEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
-    if (IsTimeModel(model)) signal.NextEvent(t, calc->m_StepBase, tNext, stepMax, stepMin);
+void CSwitchBase::SignalEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+    if (IsTimeModel(model)) signal.NextEvent(t, calc->StepBase(), tNext, stepMax, stepMin);
 }
 
 void CSwitchBase::SetContactGroups() {
-    int* groups = nodes + pinCount;
+    int* groups = PinGroups();
     groups[0] = groups[1] = 1;
     const int second = SecondContact();
     if (second >= 0) groups[second] = 1;

@@ -1,23 +1,17 @@
 #include "components/variable.h"
 
-#include "document/xml_node.h"
+#include <iterator>
 
 namespace qz3 {
 
 namespace {
-CParam s_ParamsVariable[] = {{kParamFormula, "Value", ""}, {}};
-}
 
-const CModelInfo kModelsVariable[] = {{"Var", ModelId::Var, s_ParamsVariable, 0, 0}, {}};
+constexpr CParamRow kRows[] = {FormulaRow("Value", "", "value", MemberAt<&CVariable::value>, 0.0)};
+constexpr uint8_t kOrderVar[] = {0, kEndOfRows};
 
-bool CVariable::Xml(CXmlNode* node, bool modelOnly) {
-    CCmp::Xml(node, modelOnly);
-    node->Val("value", value);
-    return true;
-}
+}  // namespace
 
-CParam* CVariable::BindParams() { return qz3::BindParams(s_ParamsVariable, {&value}); }
-
-bool CVariable::CheckParams(CCalc* calc) { return !FormulaFault(calc, value, "Value"); }
+const CParamTable kVariableParams = ParamTableOf(kRows);
+const CModelInfo kModelsVariable[] = {{"Var", ModelId::Var, kOrderVar, 0, 0}, {}};
 
 }  // namespace qz3

@@ -16,17 +16,14 @@
 
 namespace qz3 {
 
+extern const CParamTable kVariableParams;
 extern const CModelInfo kModelsVariable[];
 
 class CVariable : public CCmp {
 public:
     explicit CVariable(const CCmpType* type) : CCmp(type) {}
-    static CCmp* Create(const CCmpType* type) { return new CVariable(type); }
 
     bool IsVariable() const override { return true; }
-    bool Xml(CXmlNode* node, bool modelOnly) override;
-    CParam* BindParams() override;
-    bool CheckParams(CCalc* calc) override;
 
     CFormula value;
 };

@@ -54,7 +54,7 @@ bool CDoc::Start() {
     m_Cmps->EvalParams();
     calc.BeginRun(true);
     if (!calc.StartRun()) {
-        calc.CodeError("1028");
+        calc.CodeError(ErrorMark::StartRun);
         return RunFailed();
     }
     // The operating point belongs to the start, not to the first step.
@@ -93,7 +93,7 @@ void CDoc::KeepRunState() {
     CCalc& calc = *m_Calc;
     if (calc.m_State == CCalc::StateIdle) return;
     for (CCmp* cmp : calc.m_Cmps)
-        if (cmp->model != ModelId::SubCir) cmp->Simulate(&calc, PhaseStore, 0.0);
+        if (!cmp->IsSubCircuit()) cmp->Simulate(&calc, PhaseStore, 0.0);
 }
 
 }  // namespace qz3

@@ -1,5 +1,6 @@
 // The document's two trace sets: reading them from the file and the traces
 // a host adds to the transient set.
+#include "base/change_bits.h"
 #include "components/calc_link.h"
 #include "components/cmp.h"
 #include "components/cmps.h"
@@ -12,8 +13,6 @@ namespace qz3 {
 
 namespace {
 
-// Bit of CCalc::m_Changes: the traces are prepared again at the next step.
-constexpr uint32_t kChangeTraces = 2;
 
 struct CNewTraceKind {
     const char* prefix;  // label is prefix + name + ")"

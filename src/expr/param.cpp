@@ -301,16 +301,6 @@ int CParam::SetTextApi(const char* rawText, CDoc* doc, std::string& error) {
     return Unsupported(error);
 }
 
-CParam* BindParams(CParam* table, std::initializer_list<void*> members) {
-    CParam* row = table;
-    for (void* member : members) {
-        if (row->Kind == kParamEnd) break;
-        row->Data = member;
-        ++row;
-    }
-    return table;
-}
-
 CParam* FindParamRow(CParam* table, const std::string& name) {
     for (CParam* row = table; row && row->Kind != kParamEnd; ++row)
         if (row->Name && SameTextNoCase(name, row->Name)) return row;

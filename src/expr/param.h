@@ -5,22 +5,17 @@
 // and the component list handle any parameter of any element without
 // knowing its class.
 //
-// Recipe for an element (see components/cmp.h for the whole element recipe):
-//     static CParam s_ParamsR[] = {
-//         {kParamFormula, "R", "Ohm"},
-//         {},                                    // Kind 0 ends the table
-//     };
-//     CParam* CElemR::BindParams() {
-//         return BindParams(s_ParamsR, {&r});    // re-points Data at this
-//     }
-// The tables are static and shared by all components of a model: a row's
-// Data is valid only until the next BindParams on that table, so a user takes
-// the table, uses it and drops it at once; a row is never kept.
+// An element never writes these itself: it declares its parameters once as
+// constant CParamRow (param_row.h), and each component binds the rows of its
+// present model into CParam of its own (components/param_table.h). A bound
+// row stays valid while the component keeps its model; a table ends at a
+// row of kind 0.
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
+
+#include "base/change_bits.h"
 
 namespace qz3 {
 
@@ -51,9 +46,6 @@ enum ParamKind : uint32_t {
     kParamRoots = 20,     // roots text
 };
 
-// Bit of CCalc::m_Changes that a changed parameter sets: the next step
-// rebuilds the equations at the present time.
-constexpr uint32_t kChangeParams = 4;
 
 // An enumeration value: Items is a null-terminated array of words.
 struct ChoiceValue {
@@ -100,9 +92,6 @@ public:
     bool IsFlagKind() const { return Kind >= kParamOnOff && Kind <= kParamLowHigh; }
 };
 
-// Re-points the Data of the rows of `table`, in order, at `members`; returns
-// the table. The number of members must match the number of rows.
-CParam* BindParams(CParam* table, std::initializer_list<void*> members);
 // Row of a table by name, ignoring case; null if none.
 CParam* FindParamRow(CParam* table, const std::string& name);
 int ParamRowCount(const CParam* table);

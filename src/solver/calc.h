@@ -30,6 +30,9 @@
 #include <vector>
 
 #include "base/list.h"
+#include "components/cmp.h"
+#include "components/solver_port.h"
+#include "solver/error_mark.h"
 #include "document/settings.h"
 
 namespace qz3 {
@@ -67,10 +70,10 @@ struct CNodeRecord {
     int32_t kind;
 };
 
-class CCalc {
+class CCalc final : public CSolverPort {
 public:
     explicit CCalc(CDoc* doc = nullptr);
-    virtual ~CCalc();
+    ~CCalc() override;
     CCalc(const CCalc&) = delete;
     CCalc& operator=(const CCalc&) = delete;
 
@@ -87,13 +90,15 @@ public:
     void ClearSnapshots();
 
     // ---- error reporting (calc_errors.cpp)
-    void SetError(const std::string& text) { m_Error = text; }
+    void SetError(const std::string& text) override { m_Error = text; }
+    void AppendError(const std::string& text) override { m_Error += text; }
     void ClearError() { m_Error.clear(); }
     const char* ErrorText() const { return m_Error.empty() ? nullptr : m_Error.c_str(); }
     void AddError(const std::string& text);
-    bool CmpError(const CCmp* cmp, const char* text);
+    bool CmpError(const CCmp* cmp, const char* text) override;
     bool TraceError(const CTrace* trace, const char* text);
-    void CodeError(const char* code);
+    // "Unknown error <mark>" unless a text is there already.
+    void CodeError(ErrorMark mark);
 
     // ---- node numbering (calc_nodes.cpp)
     bool AddNodePair(int a, int b);
@@ -107,22 +112,32 @@ public:
     void FreeNodeRecords();
 
     // ---- stamps and outputs (calc_stamps.cpp)
-    bool StampResistor(int a, int b, double R);
-    bool StampVoltage(int a, int b, int k, double V);
-    void StampCurrent(int a, int b, int k, double I);
-    void StampCurrentRev(int a, int b, int k, double I);
-    void StampSwitch(int a, int b, int k, bool on);
-    void StampResistorBranch(int a, int b, int k, double R);
-    bool StampVCVS(int a, int b, int c, int d, int k, double A);
-    bool StampCCVS(int a, int b, int k, int j, double r);
-    void StampCCCS(int a, int b, int k, int j, double A);
-    void StampVCCS(int a, int b, int c, int d, int k, double A);
-    void StampDiode(int a, int b, int k, bool on, double V, bool keepLeak);
-    bool SetOutput(int node, int k, bool fixed, double value);
-    void SetSource(int i, double value);
-    void SetLogicOutput(int i, int level);
-    int GetLogicInput(int i) const;
-    bool ClaimOutput(int node, CCmp* cmp, int pin);
+    bool StampResistor(int a, int b, double R) override;
+    bool StampVoltage(int a, int b, int k, double V) override;
+    void StampCurrent(int a, int b, int k, double I) override;
+    void StampCurrentRev(int a, int b, int k, double I) override;
+    void StampSwitch(int a, int b, int k, bool on) override;
+    void StampResistorBranch(int a, int b, int k, double R) override;
+    bool StampVCVS(int a, int b, int c, int d, int k, double A) override;
+    bool StampCCVS(int a, int b, int k, int j, double r) override;
+    void StampCCCS(int a, int b, int k, int j, double A) override;
+    void StampVCCS(int a, int b, int c, int d, int k, double A) override;
+    void StampDiode(int a, int b, int k, bool on, double V, bool keepLeak) override;
+    void StampBranchVoltage(int a, int b, int k, double V) override;
+    void AddG(int i, int j, double value) override { MatrixG[i][j] += value; }
+    void SetG(int i, int j, double value) override { MatrixG[i][j] = value; }
+    void AddC(int i, int j, double value) override { MatrixC[i][j] += value; }
+    void SetC(int i, int j, double value) override { MatrixC[i][j] = value; }
+    void SetB(int i, double value) override { VecB[i] = value; }
+    bool SetOutput(int node, int k, bool fixed, double value) override;
+    void SetSource(int i, double value) override;
+    void SetLogicOutput(int i, int level) override;
+    int GetLogicInput(int i) const override;
+    void MarkInputRow(int k) override { RowInput[k] = 1; }
+    bool ClaimOutput(int node, CCmp* cmp, int pin) override;
+    bool AddWithSnap(double* a, double d) const override { return AddRound(a, d); }
+    bool RowHasEntries(int i) const override { return FlagG[i][0] != 0; }
+    void RequestJump() override { m_JumpRequest = true; }
 
     // ---- links (calc_links.cpp)
     void AddLink(int kind, int a, int b, int source, double value);
@@ -135,7 +150,7 @@ public:
     void ClearMatrices();
     bool FinishAssembly();
     void InitNodeGroups();
-    void JoinPinGroups(const int* nodes, int pinCount);
+    void JoinPinGroups(const int* nodes, const int* pinGroups, int pinCount);
     void LeakFloatingGroups();
     bool FillFlags();
     void RescanEmptyRows();
@@ -208,21 +223,23 @@ public:
     // The process clock in milliseconds.
     static int32_t ClockMs();
 
-    // Phases of an element's Simulate, as the walks pass them.
-    enum {
-        PhaseInit = 0, PhaseReset = 1, PhaseStore = 2, PhaseCheckIC = 4, PhaseStamp = 5,
-        PhaseEval = 6, PhaseSources = 7, PhaseHistory = 9, PhaseSample = 11,
-        PhaseLinearize = 12, PhaseFloat = 13, PhasePins = 14
-    };
-
-    // ---- fields of the run
-    CDoc* m_Doc;
-    bool m_Transient = true;
+    // ---- fields of the run; those that elements read are kept by the port
+    using CSolverPort::m_Doc;
+    using CSolverPort::m_Transient;
+    using CSolverPort::m_Time;
+    using CSolverPort::m_StampPass;
+    using CSolverPort::m_Integrating;
+    using CSolverPort::m_Omega;
+    using CSolverPort::m_StepBase;
+    using CSolverPort::m_StateId;
+    using CSolverPort::m_FirstOnly;
+    using CSolverPort::m_Zero;
+    using CSolverPort::m_LogicThr;
+    using CSolverPort::VecX;
+    using CSolverPort::NodeBad;
     std::string m_Error;
     double m_StartTime = 0.0;
     double m_Screen = 0.0;
-    double m_StepBase = 0.0;
-    int32_t m_StateId = 0;
     bool m_NoStartTrigger = true;
     int32_t m_AcType = 0;
     std::string m_AcList;
@@ -249,7 +266,6 @@ public:
     double** MatrixG = nullptr;
     double** MatrixC = nullptr;
     double* VecB = nullptr;
-    double* VecX = nullptr;
     double* VecXPrev = nullptr;
     double* VecE = nullptr;
     double* VecEPrev = nullptr;
@@ -257,7 +273,6 @@ public:
     unsigned char* m_FlagBlock = nullptr;
     unsigned char** FlagG = nullptr;
     unsigned char** FlagC = nullptr;
-    unsigned char* NodeBad = nullptr;
     unsigned char* RowOff = nullptr;
     unsigned char* RowInput = nullptr;
     CNodeDriver* NodeDriver = nullptr;
@@ -267,11 +282,8 @@ public:
     int32_t m_MaxNode = 0;
     int32_t m_Ticks = 0;
     bool m_Terminate = false, m_Pause = false;
-    int32_t m_Integrating = 0;
-    int32_t m_StampPass = 0;
     int32_t m_StateIndex = -1;
     bool m_FirstStore = true;
-    double m_Time = 0.0;
     double m_NextBreak = 0.0;
     double m_Step = 0.0;
     double m_StepNominal = 0.0;
@@ -281,7 +293,6 @@ public:
     uint32_t m_Changes = 0;
     int32_t m_State = 0;
     int32_t m_EulerCount = 0, m_EulerTarget = 0;
-    bool m_FirstOnly = false;
     bool m_Switched = false;
     std::string m_Extra;
     bool m_AnyInfinite = false;
@@ -289,16 +300,13 @@ public:
     int32_t m_IterLimit[4] = {10, 10, 10, 10};
     bool m_JumpRequest = false;
     TList<int32_t> m_Snapshots;
-    double m_Omega = 0.0;
     bool m_Leaky = false;
     bool m_FloatFix = false;
 
     // Advanced settings of the document as the solver uses them. The switching
     // search coarsens m_Zero for a while and puts the document's value back.
-    double m_Zero = 1e-12;
     double m_LogicLow = 0.0;
     double m_LogicHigh = 5.0;
-    double m_LogicThr = 2.5;
 
 private:
     bool FollowsInChain(int from, int node) const;

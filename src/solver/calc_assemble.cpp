@@ -62,21 +62,20 @@ void CCalc::JoinGroups(int g1, int g2) {
         if (NodeLink[i].group == hi) NodeLink[i].group = lo;
 }
 
-// `nodes` is laid out as a component's: pinCount node indices, then pinCount pin
-// groups. A pin group 0 is a pin the element drives itself: its node counts as
-// tied to a fixed potential.
-void CCalc::JoinPinGroups(const int* nodes, int pinCount) {
+// A pin group 0 is a pin the element drives itself: its node counts as tied to
+// a fixed potential.
+void CCalc::JoinPinGroups(const int* nodes, const int* pinGroups, int pinCount) {
     const auto electrical = [this](int node) { return node >= 0 && node <= m_NodeCount; };
     for (int p = 0; p < pinCount; ++p) {
         const int node = nodes[p];
         if (!electrical(node)) continue;
-        const int pinGroup = nodes[pinCount + p];
+        const int pinGroup = pinGroups[p];
         if (pinGroup == 0) {
             DissolveGroup(NodeLink[node].group);
             continue;
         }
         for (int q = 0; q < p; ++q) {
-            if (nodes[pinCount + q] != pinGroup || !electrical(nodes[q])) continue;
+            if (pinGroups[q] != pinGroup || !electrical(nodes[q])) continue;
             JoinGroups(NodeLink[node].group, NodeLink[nodes[q]].group);
         }
     }

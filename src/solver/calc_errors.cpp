@@ -24,8 +24,8 @@ bool CCalc::TraceError(const CTrace* trace, const char* text) {
 }
 
 // The codes only mark where a failure passed without words; words said deeper stand.
-void CCalc::CodeError(const char* code) {
-    if (m_Error.empty()) m_Error = std::string("Unknown error ") + code;
+void CCalc::CodeError(ErrorMark mark) {
+    if (m_Error.empty()) m_Error = "Unknown error " + std::to_string(static_cast<int>(mark));
 }
 
 }  // namespace qz3

@@ -25,7 +25,7 @@ bool CCalc::SimIC() {
     if (m_FirstStore) {
         m_FirstStore = false;
         if (!StoreResults()) {
-            CodeError("1011");
+            CodeError(ErrorMark::StoreFirstPoint);
             return false;
         }
     }
@@ -48,11 +48,11 @@ bool CCalc::SimState() {
     }
     m_Time += m_Step;
     if (!StoreResults()) {
-        CodeError("1012");
+        CodeError(ErrorMark::StoreInitialPoint);
         return false;
     }
     if (!CheckStates(true)) {
-        CodeError("1013");
+        CodeError(ErrorMark::CheckInitialStates);
         return false;
     }
     if (m_Switched) {

@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "base/change_bits.h"
 #include "solver/calc.h"
 
 namespace qz3 {
@@ -17,7 +18,7 @@ T* ZeroArray(int64_t count) {
 
 }  // namespace
 
-CCalc::CCalc(CDoc* doc) : m_Doc(doc) {}
+CCalc::CCalc(CDoc* doc) { m_Doc = doc; }
 
 CCalc::~CCalc() {
     FreeRun();
@@ -31,7 +32,7 @@ void CCalc::BeginRun(bool transient) {
     m_State = 0;
     m_EulerCount = 0;
     m_EulerTarget = 0;
-    m_Changes = 65535;
+    m_Changes = kChangeAll;
     m_FirstStore = true;
     LoadRunSettings();
     std::srand(static_cast<unsigned>(std::time(nullptr)));
@@ -45,21 +46,21 @@ bool CCalc::StartRun() {
         SetError("step <= 0");
         return false;
     }
-    if (m_Changes & 4) {
+    if (m_Changes & kChangeParams) {
         m_Cmps.Clear();
         m_MaxNode = 0;
         if (!PrepareCmps()) {
-            CodeError("1008");
+            CodeError(ErrorMark::PrepareComponents);
             return false;
         }
         MergeNodes();
         if (!AllocMatrices()) {
-            CodeError("1009");
+            CodeError(ErrorMark::AllocateMatrices);
             return false;
         }
     }
-    if ((m_Changes & 6) && !PrepareTraces()) {
-        CodeError("1010");
+    if ((m_Changes & (kChangeTraces | kChangeParams)) && !PrepareTraces()) {
+        CodeError(ErrorMark::PrepareTraces);
         return false;
     }
     m_StepNominal = m_StepFirstPrev = m_StepFirst = m_StepMin = m_StepBase;

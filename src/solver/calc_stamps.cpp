@@ -25,6 +25,15 @@ bool CCalc::StampResistor(int a, int b, double R) {
 }
 
 // x_b - x_a = V; the branch current x_k leaves a and enters b.
+void CCalc::StampBranchVoltage(int a, int b, int k, double v) {
+    if (a == b && v == 0.0) return;
+    MatrixG[a][k] += 1;
+    MatrixG[b][k] -= 1;
+    MatrixG[k][a] -= 1;
+    MatrixG[k][b] += 1;
+    VecB[k] = -v;
+}
+
 bool CCalc::StampVoltage(int a, int b, int k, double V) {
     if (a == b) {
         if (V == 0.0) return true;

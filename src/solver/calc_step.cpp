@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 
+#include "base/change_bits.h"
 #include "components/cmp.h"
 #include "solver/calc.h"
 #include "solver/run_traces.h"
@@ -17,18 +18,16 @@ namespace qz3 {
 
 namespace {
 
-bool Simulated(const CCmp* cmp) { return cmp->model != ModelId::SubCir; }
-
-// The code that marks a silent failure of a state's routine; none for 7.
-const char* StateCode(int state) {
+// The mark of a silent failure of a state's routine; none for the edge step.
+ErrorMark StateMark(int state) {
     switch (state) {
-        case CCalc::StateIC: return "1002";
-        case CCalc::StateReIC: return "1003";
-        case CCalc::StateFirst: return "1004";
-        case CCalc::StateEuler: return "1005";
-        case CCalc::StateFactor: return "1006";
-        case CCalc::StateTrap: return "1007";
-        default: return nullptr;
+        case CCalc::StateIC: return ErrorMark::InitialState;
+        case CCalc::StateReIC: return ErrorMark::RepeatInitialState;
+        case CCalc::StateFirst: return ErrorMark::FirstStep;
+        case CCalc::StateEuler: return ErrorMark::EulerStep;
+        case CCalc::StateFactor: return ErrorMark::Factorisation;
+        case CCalc::StateTrap: return ErrorMark::TrapezoidalStep;
+        default: return ErrorMark::None;
     }
 }
 
@@ -37,7 +36,7 @@ const char* StateCode(int state) {
 bool CCalc::StepOnce() {
     m_Ticks = ClockMs();
     m_Error.clear();
-    if (m_Changes == 2) {
+    if (m_Changes == kChangeTraces) {  // only the traces changed
         if (!PrepareTraces()) return false;
         m_Changes = 0;
     } else if (m_Changes != 0) {
@@ -61,14 +60,14 @@ bool CCalc::RunState() {
         case StateEdge: ok = SimStep(); break;
         default:
             if (!StartRun()) {
-                CodeError("1001");
+                CodeError(ErrorMark::Restart);
                 return false;
             }
             m_Error.clear();
             return true;
     }
     if (!ok) {
-        if (const char* code = StateCode(state)) CodeError(code);
+        if (const ErrorMark mark = StateMark(state); mark != ErrorMark::None) CodeError(mark);
         return false;
     }
     m_Error.clear();
@@ -80,7 +79,7 @@ void CCalc::PlanStep() {
     m_StepNominal = m_StepBase;
     double first = 0.0;
     for (CCmp* cmp : m_Cmps) {
-        if (!Simulated(cmp)) continue;
+        if (cmp->IsSubCircuit()) continue;
         double next = m_NextBreak, maxStep = m_StepNominal, firstStep = 0.0;
         cmp->NextEvent(this, m_Time, &next, &maxStep, &firstStep);
         if (!std::isnan(next) && (std::isnan(m_NextBreak) || m_NextBreak > next)) m_NextBreak = next;
@@ -145,21 +144,21 @@ bool CCalc::TakeStep() {
             if (!FactorTrap()) return false;
             m_State = StateTrap;
             if (!StepTrapFast()) {
-                CodeError("1015");
+                CodeError(ErrorMark::FirstFastStep);
                 return false;
             }
             return true;
         case StateTrap:
             if (StepTrapFast()) return true;
-            CodeError("1016");
+            CodeError(ErrorMark::FastStep);
             return false;
         case StateEdge:
             if (StepTrap()) return true;
-            CodeError("1017");
+            CodeError(ErrorMark::EdgeStep);
             return false;
         default:
             if (StepEuler()) return true;
-            CodeError("1018");
+            CodeError(ErrorMark::StepEuler);
             return false;
     }
 }
@@ -169,7 +168,7 @@ bool CCalc::SimStep() {
     std::memcpy(VecXPrev, VecX, m * sizeof(double));
     std::memcpy(VecEPrev, VecE, n * sizeof(double));
     if (!RunPhase(PhaseEval, m_Time)) {
-        CodeError("1014");
+        CodeError(ErrorMark::EvaluateFunctions);
         return false;
     }
     const double b = m_NextBreak;
@@ -210,7 +209,7 @@ bool CCalc::SimStep() {
 int CCalc::TestStep(int& hit) {
     bool switched = false;
     for (CCmp* cmp : m_Cmps) {
-        if (!Simulated(cmp) || !cmp->CheckSegment(this, false)) continue;
+        if (cmp->IsSubCircuit() || !cmp->CheckSegment(this, false)) continue;
         cmp->changed = true;
         if (!m_Trigger) m_Trigger = cmp;
         m_Switched = switched = true;
@@ -219,10 +218,10 @@ int CCalc::TestStep(int& hit) {
     if (!switched) {
         m_Switched = m_JumpRequest = false;
         for (CCmp* cmp : m_Cmps) {
-            if (!Simulated(cmp)) continue;
+            if (cmp->IsSubCircuit()) continue;
             bool flag = false;
             if (!cmp->CheckState(this, false, &flag)) {
-                CodeError("1019");
+                CodeError(ErrorMark::TestStates);
                 return -1;
             }
             if (flag) {
@@ -249,7 +248,7 @@ bool CCalc::AcceptStep(int& hit, bool& done) {
     }
     done = true;
     if (!StoreResults()) {
-        CodeError("1020");
+        CodeError(ErrorMark::StoreStep);
         return false;
     }
     if (m_State != StateEuler) return true;
@@ -269,7 +268,7 @@ bool CCalc::BracketEvent(int& hit, bool& located) {
     }
     if (m_Step <= 1.5 * m_StepMin) {
         if (hit == 2 && !StoreResults()) {
-            CodeError("1023");
+            CodeError(ErrorMark::StoreEvent);
             return false;
         }
         m_StepFirst = m_StepNominal * FirstStepFactor();
@@ -282,11 +281,11 @@ bool CCalc::BracketEvent(int& hit, bool& located) {
     std::memcpy(VecEPrev, VecE, static_cast<size_t>(m_Size) * sizeof(double));
     if (m_State == StateEdge) {
         if (StepTrap()) return true;
-        CodeError("1021");
+        CodeError(ErrorMark::RetryEdgeStep);
         return false;
     }
     if (StepEuler()) return true;
-    CodeError("1022");
+    CodeError(ErrorMark::RetryEulerStep);
     return false;
 }
 
@@ -294,7 +293,7 @@ bool CCalc::BracketEvent(int& hit, bool& located) {
 bool CCalc::CommitEvent() {
     if (m_State != StateIdle) RunPhase(PhaseStore, 0.0);
     if (!CheckStates(true)) {
-        CodeError("1024");
+        CodeError(ErrorMark::CommitEvent);
         return false;
     }
     if (m_State != StateReIC) m_State = StateFirst;
@@ -304,7 +303,7 @@ bool CCalc::CommitEvent() {
 
 bool CCalc::StoreResults() {
     for (CCmp* cmp : m_Cmps)
-        if (cmp && Simulated(cmp) && !cmp->Simulate(this, PhaseHistory, m_Time)) return false;
+        if (cmp && !cmp->IsSubCircuit() && !cmp->Simulate(this, PhaseHistory, m_Time)) return false;
     bool hold = false;
     if (!Advanced().m_SBS) {
         const bool early = m_Time < m_StartTime && !TimesMeet(m_Time, m_StartTime);
@@ -316,7 +315,7 @@ bool CCalc::StoreResults() {
 bool CCalc::CheckStates(bool commit) {
     m_Switched = m_JumpRequest = false;
     for (CCmp* cmp : m_Cmps) {
-        if (!Simulated(cmp)) continue;
+        if (cmp->IsSubCircuit()) continue;
         bool flag = false;
         if (!cmp->CheckState(this, commit, &flag)) return false;
         if (!flag) continue;

@@ -18,7 +18,6 @@ namespace qz3 {
 
 namespace {
 
-bool Simulated(const CCmp* cmp) { return cmp->model != ModelId::SubCir; }
 
 // The rounding is coarsened tenfold per round until it reaches this.
 constexpr double kZeroLimit = 3e-8;
@@ -88,7 +87,7 @@ int CCalc::TrySwitching(bool euler, int kind, int pass) {
     ClearSnapshots();
     if (!PushSnapshot()) return kNoMemory;
     for (CCmp* cmp : m_Cmps)
-        if (Simulated(cmp)) cmp->changed = false;
+        if (!cmp->IsSubCircuit()) cmp->changed = false;
     const int limit = pass == 0 ? m_IterLimit[kind] : kUnlimitedIterations;
     for (int iter = 1;; ++iter) {
         if (m_Terminate) {
@@ -151,7 +150,7 @@ bool CCalc::SolvePresentStates(bool euler) {
 
 bool CCalc::GiveWayAtInfinite() {
     for (CCmp* cmp : m_Cmps) {
-        if (!Simulated(cmp) || cmp->searched) continue;
+        if (cmp->IsSubCircuit() || cmp->searched) continue;
         if (cmp->Simulate(this, PhaseCheckIC, 0.0)) continue;
         cmp->searched = true;
         m_Error.clear();
@@ -179,7 +178,7 @@ void CCalc::SetTimeOutText() {
 int CCalc::NextSwitchState() {
     bool any = false;
     for (CCmp* cmp : m_Cmps) {
-        if (!Simulated(cmp) || !cmp->CheckSegment(this, true)) continue;
+        if (cmp->IsSubCircuit() || !cmp->CheckSegment(this, true)) continue;
         cmp->changed = true;
         if (!m_Trigger) m_Trigger = cmp;
         any = true;
@@ -219,7 +218,7 @@ int CCalc::EscapeCycle() {
 
 void CCalc::WriteSnapshotToStates(const int32_t* snapshot) {
     for (int q = 0; q < m_Cmps.Count(); ++q)
-        if (Simulated(m_Cmps[q])) m_Cmps[q]->state = snapshot[q];
+        if (!m_Cmps[q]->IsSubCircuit()) m_Cmps[q]->state = snapshot[q];
 }
 
 bool CCalc::PushSnapshot() {

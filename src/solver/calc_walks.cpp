@@ -18,8 +18,6 @@ namespace qz3 {
 
 namespace {
 
-bool Simulated(const CCmp* cmp) { return cmp->model != ModelId::SubCir; }
-
 // Node ids of a subcircuit level are moved above all ids given out so far,
 // so that levels don't collide; 0 stays ground, negative stays unconnected.
 int OffsetPinNodes(CCmps* list, int offset) {
@@ -52,22 +50,22 @@ bool CCalc::PrepareCmpList(CCmps* list) {
         cmp->owner = list;
         m_Cmps.Add(cmp);
         if (!cmp->CheckParams(this)) sound = false;
-        if (cmp->model != cmp->lastModel) {
+        if (cmp->ModelChanged()) {
             cmp->pwl.Reset();
             cmp->Simulate(this, PhaseReset, m_Time);
         }
-        if (cmp->model == ModelId::SubCir) {
+        if (cmp->IsSubCircuit()) {
             // Flattening of subcircuits joins the library with the hierarchy.
             CmpError(cmp, "subcircuits not available in this build");
-            CodeError("1025");
+            CodeError(ErrorMark::Subcircuit);
             return false;
         }
-        if (cmp->model == ModelId::Pwl && !cmp->pwl.Prepare(this)) {
-            CodeError("1026");
+        if (!cmp->PrepareModelTable(this)) {
+            CodeError(ErrorMark::ComponentTable);
             return false;
         }
         if (!cmp->Simulate(this, PhaseInit, m_Time)) {
-            CodeError("1027");
+            CodeError(ErrorMark::ComponentInit);
             return false;
         }
         cmp->lastModel = cmp->model;
@@ -77,7 +75,7 @@ bool CCalc::PrepareCmpList(CCmps* list) {
 
 bool CCalc::RunPhase(int phase, double t) {
     for (CCmp* cmp : m_Cmps)
-        if (Simulated(cmp) && !cmp->Simulate(this, phase, t)) return false;
+        if (!cmp->IsSubCircuit() && !cmp->Simulate(this, phase, t)) return false;
     return true;
 }
 
@@ -108,16 +106,16 @@ void CCalc::RenameNodeInPins(int from, int to) {
 
 void CCalc::GroupComponentPins() {
     for (CCmp* cmp : m_Cmps) {
-        if (!Simulated(cmp) || cmp->pinCount <= 0) continue;
+        if (cmp->IsSubCircuit() || cmp->pinCount <= 0) continue;
         cmp->Simulate(this, PhasePins, m_Time);
-        JoinPinGroups(cmp->nodes, cmp->pinCount);
+        JoinPinGroups(cmp->nodes, cmp->PinGroups(), cmp->pinCount);
     }
 }
 
 bool CCalc::FloatComponents() {
     bool none = true;
     for (CCmp* cmp : m_Cmps)
-        if (Simulated(cmp) && !cmp->Simulate(this, PhaseFloat, m_Time)) none = false;
+        if (!cmp->IsSubCircuit() && !cmp->Simulate(this, PhaseFloat, m_Time)) none = false;
     return none;
 }
 

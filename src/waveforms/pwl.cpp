@@ -43,7 +43,7 @@ void CPWL::Reset() {
     m_Prepared.clear();
 }
 
-bool CPWL::Prepare(CCalc* calc) {
+bool CPWL::Prepare(CSolverPort* calc) {
     std::string error;
     if (Prepare(error)) return true;
     return ReportCmpError(calc, m_Owner, error);

@@ -22,7 +22,7 @@
 namespace qz3 {
 
 class CCmp;
-class CCalc;
+class CSolverPort;
 
 class CPWL {
 public:
@@ -35,7 +35,7 @@ public:
     void Reset();
     // Builds the arrays from m_Text unless it is what they were built from.
     // Errors are reported for the owner through the solver's error text.
-    bool Prepare(CCalc* calc);
+    bool Prepare(CSolverPort* calc);
     // The same without a solver: the message goes to `error`.
     bool Prepare(std::string& error);
     // True if v lies outside the owner's present segment; with commit the

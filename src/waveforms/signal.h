@@ -21,7 +21,7 @@
 
 namespace qz3 {
 
-class CCalc;
+class CSolverPort;
 class CCmp;
 class CXmlNode;
 
@@ -70,16 +70,16 @@ public:
     // ---- the element's view (signal_calc.cpp): the owner's names, the
     // document's evaluator and files, and the solver's vectors.
     // One line per fault into the solver's error text.
-    bool Check(CCalc* calc);
+    bool Check(CSolverPort* calc);
     // Prepare with the owner's model, its attachment, the document's
     // evaluator, files and traces; the message goes out as the owner's line.
-    bool Prepare(CCalc* calc);
-    void Start(CCalc* calc, double t, bool run) { Start(t, run); }
+    bool Prepare(CSolverPort* calc);
+    void Start(CSolverPort* calc, double t, bool run) { Start(t, run); }
     // Writes the value at t through SetSource(index); false with the owner's
     // line when "Function" fails.
-    bool Value(CCalc* calc, double t, int index);
+    bool Value(CSolverPort* calc, double t, int index);
     // Times are absolute; the sweep's ladder takes the solver's largest step.
-    void NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin);
+    void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin);
 
     CCmp* m_Owner = nullptr;
     CFormula m_U0{0.0};

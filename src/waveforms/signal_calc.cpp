@@ -9,7 +9,7 @@
 #include "document/doc.h"
 #include "expr/eval_expr.h"
 #include "expr/number_text.h"
-#include "solver/calc.h"
+#include "components/solver_port.h"
 #include "waveforms/signal.h"
 #include "waveforms/signal_trace.h"
 
@@ -20,8 +20,8 @@ namespace {
 CCmps* OwnerList(const CCmp* owner) { return owner ? owner->owner : nullptr; }
 
 // The running solver's document, else the one of the owner's list.
-CDoc* SignalDoc(const CCmp* owner, const CCalc* calc) {
-    if (calc && calc->m_Doc) return calc->m_Doc;
+CDoc* SignalDoc(const CCmp* owner, const CSolverPort* calc) {
+    if (calc && calc->Doc()) return calc->Doc();
     const CCmps* list = OwnerList(owner);
     return list ? list->doc : nullptr;
 }
@@ -33,7 +33,7 @@ char TypeLetter(const CCmp* owner) {
 
 }  // namespace
 
-bool CSignal::Check(CCalc* calc) {
+bool CSignal::Check(CSolverPort* calc) {
     if (!m_Owner) return true;
     std::string lines;
     const bool sound = CheckLines(m_Owner->model, m_Owner->FullName(), TypeLetter(m_Owner), lines);
@@ -41,7 +41,7 @@ bool CSignal::Check(CCalc* calc) {
     return sound;
 }
 
-bool CSignal::Prepare(CCalc* calc) {
+bool CSignal::Prepare(CSolverPort* calc) {
     if (!m_Owner) return false;
     CDoc* doc = SignalDoc(m_Owner, calc);
     CCmps* cmps = OwnerList(m_Owner);
@@ -57,7 +57,7 @@ bool CSignal::Prepare(CCalc* calc) {
     if (m_Owner->model == ModelId::Trace) {
         bool found = false;
         SignalTraceFinder finder = GetSignalTraceFinder();
-        const CData* data = finder ? finder(doc, m_Trace, !calc || calc->m_Transient, &found) : nullptr;
+        const CData* data = finder ? finder(doc, m_Trace, !calc || calc->IsTransient(), &found) : nullptr;
         m_TraceSamples.reset(data ? new CDataSamples(data) : nullptr);
         context.samples = m_TraceSamples.get();
         context.traceFound = found;
@@ -81,10 +81,10 @@ bool CSignal::Prepare(CCalc* calc) {
     return ReportCmpError(calc, m_Owner, error);
 }
 
-bool CSignal::Value(CCalc* calc, double t, int index) {
+bool CSignal::Value(CSolverPort* calc, double t, int index) {
     // Outside the integration a formula is tried one step ahead as well, so
     // that a formula that is about to fail stops the run now.
-    const double probe = calc->m_Integrating == 0 && calc->m_StepBase > 0.0 ? calc->m_StepBase : 0.0;
+    const double probe = calc->Integrating() == 0 && calc->StepBase() > 0.0 ? calc->StepBase() : 0.0;
     double value = 0.0;
     std::string error;
     if (!ValueAt(t, value, error, probe)) return ReportCmpError(calc, m_Owner, error);
@@ -92,8 +92,8 @@ bool CSignal::Value(CCalc* calc, double t, int index) {
     return true;
 }
 
-void CSignal::NextEvent(CCalc* calc, double t, double* tNext, double* stepMax, double* stepMin) {
-    NextEvent(t, calc ? calc->m_StepBase : 0.0, tNext, stepMax, stepMin);
+void CSignal::NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
+    NextEvent(t, calc ? calc->StepBase() : 0.0, tNext, stepMax, stepMin);
 }
 
 }  // namespace qz3

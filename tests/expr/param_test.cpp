@@ -183,10 +183,11 @@ TEST(Param, TextsForDisplayAndForTheHost) {
     EXPECT_EQ(pwl.GetText(), "1,2,3");
 }
 
-TEST(Param, TablesAreBoundAndSearchedIgnoringCase) {
+TEST(Param, TablesAreSearchedIgnoringCase) {
     CParam table[] = {{kParamFormula, "R", "Ohm"}, {kParamFormula, "Position", ""}, {}};
     CFormula a, b;
-    BindParams(table, {&a, &b});
+    table[0].Data = &a;
+    table[1].Data = &b;
     EXPECT_EQ(ParamRowCount(table), 2);
     EXPECT_EQ(FindParamRow(table, "position"), &table[1]);
     EXPECT_EQ(FindParamRow(table, "pos"), nullptr);

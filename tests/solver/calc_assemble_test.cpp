@@ -11,10 +11,10 @@ TEST(CalcAssemble, FloatingGroupsGetOneLeakEach) {
     const int resistor30[] = {3, 0, 1, 1};    // ties 3 to ground
     const int driven4[] = {4, 0};             // an output drives 4 itself
     const int resistor53[] = {5, 3, 1, 1};    // 5 joins the grounded 3
-    c.JoinPinGroups(capacitor12, 2);
-    c.JoinPinGroups(resistor30, 2);
-    c.JoinPinGroups(driven4, 1);
-    c.JoinPinGroups(resistor53, 2);
+    c.JoinPinGroups(capacitor12, capacitor12 + 2, 2);
+    c.JoinPinGroups(resistor30, resistor30 + 2, 2);
+    c.JoinPinGroups(driven4, driven4 + 1, 1);
+    c.JoinPinGroups(resistor53, resistor53 + 2, 2);
     EXPECT_EQ(c.NodeLink[1].group, 1);
     EXPECT_EQ(c.NodeLink[2].group, 1);
     for (int i : {3, 4, 5}) EXPECT_EQ(c.NodeLink[i].group, 0) << i;
@@ -32,9 +32,9 @@ TEST(CalcAssemble, GroupsJoinUnderTheSmallerNumber) {
     const int a[] = {4, 3, 1, 1};
     const int b[] = {3, 2, 7, 7};
     const int unconnected[] = {-1, 2, 1, 1};  // not an electrical node: no join
-    c.JoinPinGroups(a, 2);
-    c.JoinPinGroups(b, 2);
-    c.JoinPinGroups(unconnected, 2);
+    c.JoinPinGroups(a, a + 2, 2);
+    c.JoinPinGroups(b, b + 2, 2);
+    c.JoinPinGroups(unconnected, unconnected + 2, 2);
     EXPECT_EQ(c.NodeLink[4].group, 2);
     EXPECT_EQ(c.NodeLink[3].group, 2);
     EXPECT_EQ(c.NodeLink[1].group, 1);
@@ -53,7 +53,7 @@ TEST(CalcAssemble, CapacitorPairSolvesWithTheLeak) {
     c.MatrixC[2][1] = 1e-6, c.MatrixC[2][2] = -1e-6;
     c.InitNodeGroups();
     const int capacitor[] = {1, 2, 1, 1};
-    c.JoinPinGroups(capacitor, 2);
+    c.JoinPinGroups(capacitor, capacitor + 2, 2);
     c.LeakFloatingGroups();
     EXPECT_TRUE(c.FillFlags());
     EXPECT_EQ(c.FlagG[1][1], 1);

@@ -72,9 +72,9 @@ TEST(CalcLifecycle, SizeLimitIsOneGigabytePerMatrix) {
 TEST(CalcLifecycle, ErrorTexts) {
     CCalc c;
     EXPECT_EQ(c.ErrorText(), nullptr);
-    c.CodeError("1014");
+    c.CodeError(qz3::ErrorMark::EvaluateFunctions);
     EXPECT_STREQ(c.ErrorText(), "Unknown error 1014");
-    c.CodeError("1002");  // the first words stand
+    c.CodeError(qz3::ErrorMark::InitialState);  // the first words stand
     EXPECT_EQ(c.m_Error, "Unknown error 1014");
     c.SetError("a");
     c.AddError("b");

@@ -149,7 +149,7 @@ TEST(CalcSwitching, SnapshotsFindRepeatedStateSets) {
 TEST(CalcSwitching, UnlimitedPassRaisesTheLimitItNeeded) {
     // A probe that settles after 25 moves: restless until its state reaches 24.
     struct Counting : qz3::test::CProbe {
-        bool CheckSegment(CCalc* calc, bool commit) override {
+        bool CheckSegment(qz3::CSolverPort* calc, bool commit) override {
             if (state >= 24) return false;
             if (commit) ++state;
             return true;

@@ -21,19 +21,19 @@
 namespace qz3::test {
 
 inline const CModelInfo kProbeModels[] = {{"Probe", static_cast<ModelId>(99), nullptr, 0, 1}, {}};
-inline const CCmpType kProbeType = {"T_Probe", static_cast<TypeId>(999), nullptr, 2, nullptr, nullptr, nullptr, kProbeModels, 0, "Probe"};
+inline const CCmpType kProbeType = {"T_Probe", static_cast<TypeId>(999), nullptr, 2, nullptr, nullptr, nullptr, kProbeModels, nullptr, 0, "Probe"};
 
 class CProbe : public CCmp {
 public:
     CProbe() : CCmp(&kProbeType) {}
 
-    bool Simulate(CCalc* calc, int phase, double t) override {
+    bool Simulate(CSolverPort* calc, int phase, double t) override {
         switch (phase) {
             case PhaseStamp:
-                if (calc->m_StampPass != 0) return true;
+                if (calc->StampPass() != 0) return true;
                 ++stamps;
                 if (std::isnan(volts)) {
-                    calc->MatrixG[firstBranch][firstBranch] = 1;
+                    calc->SetG(firstBranch, firstBranch, 1);
                     return true;
                 }
                 return calc->StampVoltage(nodes[0], nodes[1], firstBranch, volts) || calc->CmpError(this, nullptr);
@@ -43,7 +43,7 @@ public:
         }
     }
     // A probe that never settles moves on to a new segment at every look.
-    bool CheckSegment(CCalc* calc, bool commit) override {
+    bool CheckSegment(CSolverPort* calc, bool commit) override {
         if (!restless) return false;
         if (commit) ++state;
         return true;
