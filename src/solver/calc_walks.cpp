@@ -201,7 +201,7 @@ double CCalc::SmallestStepFactor() const { return Advanced().m_StepFirst[Advance
 double CCalc::FirstStepFactor() const { return Advanced().m_StepSecond[Advanced().m_StepMode]; }
 
 bool CCalc::TimesMeet(double a, double b) {
-    return 1e-12 * std::fmin(std::fabs(a), std::fabs(b)) >= std::fabs(a - b);
+    return RealCompare(a, b) == 0;
 }
 
 int32_t CCalc::ClockMs() {

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "components/cmp.h"
+#include "base/constants.h"
 #include "document/doc.h"
 #include "expr/eval_expr.h"
 #include "expr/number_text.h"
@@ -18,7 +19,6 @@ namespace qz3 {
 namespace {
 
 constexpr double kDegrees = 57.295779513260925;
-constexpr double kTwoPi = 6.28318530716;
 
 struct CPhasor {
     double re = 0.0;
