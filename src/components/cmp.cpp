@@ -2,7 +2,7 @@
 
 #include "components/calc_link.h"
 #include "components/cmps.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/formula.h"
 
 namespace qz3 {

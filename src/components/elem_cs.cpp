@@ -7,7 +7,7 @@
 
 #include "components/element_state.h"
 #include "components/param_check.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/state_text.h"
 #include "components/solver_port.h"
 #include "expr/number_text.h"

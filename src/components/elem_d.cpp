@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "components/element_state.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/state_text.h"
 #include "components/solver_port.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "components/signal_rows.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 namespace qz3 {
 

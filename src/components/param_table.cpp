@@ -2,7 +2,7 @@
 
 #include "components/cmp.h"
 #include "components/param_check.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/formula.h"
 #include "waveforms/pwl.h"
 

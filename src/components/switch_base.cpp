@@ -1,7 +1,7 @@
 #include "components/switch_base.h"
 
 #include "components/signal_link.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "components/solver_port.h"
 
 namespace qz3 {

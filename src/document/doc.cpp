@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 
 #include "components/cmps.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/number_text.h"
 #include "solver/calc.h"
 

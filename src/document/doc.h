@@ -18,7 +18,7 @@
 #include "base/list.h"
 #include "document/io_record.h"
 #include "document/param_record.h"
-#include "document/settings.h"
+#include "xml/settings.h"
 #include "traces/trace_set.h"
 
 namespace qz3 {

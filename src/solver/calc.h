@@ -33,7 +33,7 @@
 #include "components/cmp.h"
 #include "components/solver_port.h"
 #include "solver/error_mark.h"
-#include "document/settings.h"
+#include "xml/settings.h"
 
 namespace qz3 {
 

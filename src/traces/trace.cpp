@@ -1,7 +1,7 @@
 #include "traces/trace.h"
 
 #include "document/doc.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "traces/trace_set.h"
 #include "traces/traces.h"
 

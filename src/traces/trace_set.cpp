@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "document/doc.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "traces/trace.h"
 #include "traces/trace_links.h"
 #include "traces/trace_order.h"

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <new>
 
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/state_text.h"
 
 namespace qz3 {

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 #include "test_files.h"
 

@@ -1,8 +1,8 @@
-#include "document/settings.h"
+#include "xml/settings.h"
 
 #include <algorithm>
 
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 namespace qz3 {
 
