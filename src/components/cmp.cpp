@@ -7,7 +7,7 @@
 
 namespace qz3 {
 
-CCmp::CCmp(const CCmpType* typeDescriptor) : typeInfo(typeDescriptor), pwl(this) {
+CCmp::CCmp(const CCmpType* typeDescriptor) : typeInfo(typeDescriptor), pwl(&state) {
     type = typeInfo->type;
     if (typeInfo->models && typeInfo->models[0].name) model = typeInfo->models[0].model;
     AllocPins(typeInfo->pinCount);
@@ -54,7 +54,12 @@ CParam* CCmp::ParamTable() {
     return BindParams();
 }
 
-bool CCmp::PrepareModelTable(CSolverPort* calc) { return model != ModelId::Pwl || pwl.Prepare(calc); }
+bool CCmp::PrepareModelTable(CSolverPort* calc) { return model != ModelId::Pwl || PrepareTable(calc, pwl); }
+
+bool CCmp::PrepareTable(CSolverPort* calc, CPWL& table) const {
+    std::string error;
+    return table.Prepare(error) || AddCmpError(calc, error);
+}
 
 CParam* CCmp::BindParams() {
     if (m_BoundParams.empty() || m_BoundModel != model) {

@@ -107,7 +107,7 @@ bool CElemD::Simulate(CSolverPort* calc, int phase, double time) {
     switch (phase) {
         case PhaseInit:
             Init(calc);
-            return model == ModelId::Pwl ? pwl.Prepare(calc) : true;
+            return model == ModelId::Pwl ? PrepareTable(calc, pwl) : true;
         case PhaseStore:
             if (HasCharge()) q = std::fmax(0.0, calc->X(firstBranch + 1));
             return true;
