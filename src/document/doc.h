@@ -109,5 +109,8 @@ private:
 std::string WithDefaultExtension(const std::string& name, const std::string& ext);
 // True when the platform finds a file or folder of that name.
 bool FileExists(const std::string& path);
+// Fills the "Trace" generators' slot with the document's own lookup; the
+// first document does it.
+void LinkTracesToSignals();
 
 }  // namespace qz3

@@ -14,7 +14,7 @@ const char* const kSlopeWords[] = {"Linear", "Cos", "Exp", nullptr};
 const char* const kSweepWords[] = {"Linear", "Exp", nullptr};
 }  // namespace
 
-CSignal::CSignal(CCmp* owner) : m_Owner(owner) {
+CSignal::CSignal() {
     m_SlopeChoice.Items = kSlopeWords;
     m_SweepChoice.Items = kSweepWords;
 }
