@@ -4,7 +4,7 @@
 #include "qz3.h"
 
 namespace {
-constexpr int kVersion[4] = {3, 4, 30, 11};
+constexpr int kVersion[4] = {QZ3_VERSION_MAJOR, QZ3_VERSION_MINOR, QZ3_VERSION_PATCH, QZ3_VERSION_TWEAK};
 constexpr const char* kBuildDate = "06/03/2022";
 }  // namespace
 

@@ -7,7 +7,7 @@
 #include "api/registry.h"
 #include "components/calc_link.h"
 #include "document/doc.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "qz3.h"
 #include "solver/calc.h"
 #include "traces/data.h"

@@ -1,7 +1,7 @@
-// The few places where components and parameters touch the solver and the
-// document: the solver's error text and the document's change mask and
-// component list. Kept in one pair of files so that the element code needs
-// no solver headers and the unit tests of components run without a solver.
+// The few places where components touch the solver and the document: the
+// solver's error text, the document's solver, logic levels and file search.
+// The document's side is defined in document/doc_links.cpp, so that the
+// components know neither class.
 #pragma once
 
 #include <string>
@@ -23,5 +23,8 @@ bool ReportCmpError(CSolverPort* calc, const CCmp* cmp, const std::string& text)
 // The logic levels "low", "high" and the threshold of a document's
 // settings; false without a document.
 bool DocLogicLevels(CDoc* doc, double& low, double& high, double& threshold);
+// A file by name as the document finds it (its folder, its libraries);
+// without a document the name itself if it exists; "" if not found.
+std::string FindDocumentFile(CDoc* doc, const std::string& name);
 
 }  // namespace qz3

@@ -2,12 +2,12 @@
 
 #include "components/calc_link.h"
 #include "components/cmps.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/formula.h"
 
 namespace qz3 {
 
-CCmp::CCmp(const CCmpType* typeDescriptor) : typeInfo(typeDescriptor), pwl(this) {
+CCmp::CCmp(const CCmpType* typeDescriptor) : typeInfo(typeDescriptor), pwl(&state) {
     type = typeInfo->type;
     if (typeInfo->models && typeInfo->models[0].name) model = typeInfo->models[0].model;
     AllocPins(typeInfo->pinCount);
@@ -54,7 +54,12 @@ CParam* CCmp::ParamTable() {
     return BindParams();
 }
 
-bool CCmp::PrepareModelTable(CSolverPort* calc) { return model != ModelId::Pwl || pwl.Prepare(calc); }
+bool CCmp::PrepareModelTable(CSolverPort* calc) { return model != ModelId::Pwl || PrepareTable(calc, pwl); }
+
+bool CCmp::PrepareTable(CSolverPort* calc, CPWL& table) const {
+    std::string error;
+    return table.Prepare(error) || AddCmpError(calc, error);
+}
 
 CParam* CCmp::BindParams() {
     if (m_BoundParams.empty() || m_BoundModel != model) {

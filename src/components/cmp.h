@@ -202,6 +202,9 @@ public:
     // Before PhaseInit: the model's own piecewise-linear table is loaded
     // ("PWL"); false with the text in the solver.
     bool PrepareModelTable(CSolverPort* calc);
+    // Builds one of the element's tables from its text; a fault is the
+    // element's line in the solver's error text.
+    bool PrepareTable(CSolverPort* calc, CPWL& table) const;
     // Appends "full name : text" and a line feed to the solver's error text;
     // returns false so that an element can write `return AddCmpError(...)`.
     bool AddCmpError(CSolverPort* calc, const std::string& text) const;

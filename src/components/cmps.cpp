@@ -8,7 +8,7 @@
 #include "components/cmp.h"
 #include "components/elem_set.h"
 #include "components/formula_links.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/eval_expr.h"
 #include "expr/formula.h"
 #include "expr/number_text.h"

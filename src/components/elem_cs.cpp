@@ -1,4 +1,5 @@
 #include "components/elem_cs.h"
+#include "base/constants.h"
 
 #include <array>
 #include <climits>
@@ -6,15 +7,15 @@
 
 #include "components/element_state.h"
 #include "components/param_check.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/state_text.h"
 #include "components/solver_port.h"
+#include "expr/number_text.h"
 
 namespace qz3 {
 
 namespace {
 constexpr int kSlopeLog = 2;
-constexpr double kPi = 3.14159265358;
 
 const char* const kSlopeWords[] = {"Linear", "Cos", "Log", nullptr};
 
@@ -286,7 +287,7 @@ void CElemCS::CheckSteps(CSolverPort* calc, double c, bool commit, bool* changed
 
 namespace {
 
-bool Near(double t, double x) { return std::fabs(t - x) <= std::fmin(std::fabs(t), std::fabs(x)) * 1e-12; }
+bool Near(double t, double x) { return RealCompare(t, x) == 0; }
 
 }  // namespace
 

@@ -6,7 +6,7 @@
 #include <iterator>
 
 #include "components/element_state.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/state_text.h"
 #include "components/solver_port.h"
 
@@ -107,7 +107,7 @@ bool CElemD::Simulate(CSolverPort* calc, int phase, double time) {
     switch (phase) {
         case PhaseInit:
             Init(calc);
-            return model == ModelId::Pwl ? pwl.Prepare(calc) : true;
+            return model == ModelId::Pwl ? PrepareTable(calc, pwl) : true;
         case PhaseStore:
             if (HasCharge()) q = std::fmax(0.0, calc->X(firstBranch + 1));
             return true;

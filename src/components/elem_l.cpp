@@ -63,7 +63,7 @@ bool CElemL::Simulate(CSolverPort* calc, int phase, double t) {
     switch (phase) {
         case PhaseInit:
             Init(calc);
-            return model == ModelId::Pwl ? pwl.Prepare(calc) : true;
+            return model == ModelId::Pwl ? PrepareTable(calc, pwl) : true;
         case PhaseStore: Store(calc); return true;
         case PhaseCheckIC: return CheckIC(calc);
         case PhaseStamp: return Stamp(calc);

@@ -40,7 +40,7 @@ const CModelInfo kModelsRPot[] = {{"Potentiometer", ModelId::Potentiometer, kOrd
 const CModelInfo kModelsRVcr[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 1, kReadVIP}, {}};
 const CModelInfo kModelsRCcr[] = {{"PWL", ModelId::Pwl, kOrderPwl, 0, 2, kReadVIP}, {}};
 
-CElemR::CElemR(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), pwlI(this) {
+CElemR::CElemR(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), pwlI(&state) {
     if (IsType(TypeId::Resistor)) {
         // R(V) or I(V): the table holds resistances, the element stamps
         // their reciprocals.
@@ -79,7 +79,7 @@ bool CElemR::Simulate(CSolverPort* calc, int phase, double t) {
             if (model != lastModel) state = 0;
             if (model != ModelId::PwlI) return true;
             if (model != lastModel) pwlI.Reset();
-            return pwlI.Prepare(calc);
+            return PrepareTable(calc, pwlI);
         case PhaseReset:
             pwlI.Reset();
             return true;

@@ -1,7 +1,7 @@
 #include "components/elem_s.h"
 
 #include "components/element_state.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
 #include "components/solver_port.h"

@@ -5,8 +5,9 @@
 #include <cmath>
 #include <string>
 
+#include "components/signal_link.h"
 #include "components/signal_rows.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 namespace qz3 {
 
@@ -80,7 +81,7 @@ const CModelInfo kModelsICI[] = {{"I", ModelId::Source, kOrderValue, 0, 1, kRead
 
 #undef QZ3_SOURCE_WAVE_ROWS
 
-CElemV::CElemV(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), signal(this) {}
+CElemV::CElemV(const CCmpType* typeDescriptor) : CCmp(typeDescriptor) {}
 
 bool CElemV::IsVoltage() const { return type == TypeId::VoltageSource || type == TypeId::LogicVoltageSource; }
 bool CElemV::IsControlled() const { return type == TypeId::LogicVoltageSource || type == TypeId::LogicCurrentSource; }
@@ -105,7 +106,7 @@ bool CElemV::CheckParams(CSolverPort* calc) {
         case ModelId::OneShot: return CheckParamRows(this, calc);
         case ModelId::Function:
         case ModelId::SubCir: return true;
-        default: return signal.Check(calc);
+        default: return CheckSignal(calc, this, signal);
     }
 }
 

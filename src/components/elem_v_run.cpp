@@ -4,6 +4,7 @@
 #include <string>
 
 #include "components/elem_v.h"
+#include "components/signal_link.h"
 #include "components/element_state.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
@@ -47,9 +48,8 @@ bool CElemV::Init(CSolverPort* calc, double t) {
         }
         signal.SyncNumbers();
     } else if (IsTimeModel()) {
-        if (!signal.Prepare(calc)) return false;
         // A controlled source waits for its control to rise.
-        signal.Start(calc, t, !IsControlled());
+        if (!PrepareSignal(calc, this, signal, t, !IsControlled())) return false;
     }
     // A later init of the same run (a parameter changed) keeps what the run
     // has reached; only the first one takes the stored state.
@@ -114,7 +114,7 @@ bool CElemV::Sources(CSolverPort* calc, double t) {
         return true;
     }
     if (!IsTimeModel()) return true;
-    return signal.Value(calc, t, k);
+    return SignalValue(calc, this, signal, t, k);
 }
 
 // Pins joined inside: both sides of a voltage source; a current source is
@@ -171,7 +171,7 @@ void CElemV::CheckClock(bool commit, bool* changedOut) {
 void CElemV::NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
     switch (model) {
         case ModelId::Single: case ModelId::Pulse: case ModelId::Step: case ModelId::Sin: case ModelId::File: case ModelId::List: case ModelId::Clock:
-        case ModelId::Sweep: signal.NextEvent(calc, t, tNext, stepMax, stepMin); return;
+        case ModelId::Sweep: signal.NextEvent(t, calc->StepBase(), tNext, stepMax, stepMin); return;
         case ModelId::OneShot:
             if (state != 1) return;
             if (RealCompare(tEnd, t) != 0 && tEnd > t) {

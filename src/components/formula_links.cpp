@@ -8,7 +8,6 @@
 #include "expr/eval_links.h"
 #include "expr/param.h"
 #include "expr/param_context.h"
-#include "solver/calc.h"
 
 namespace qz3 {
 

@@ -2,7 +2,7 @@
 
 #include "components/cmp.h"
 #include "components/param_check.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/formula.h"
 #include "waveforms/pwl.h"
 
@@ -126,6 +126,9 @@ void BindParamRows(CCmp* cmp, std::vector<CParam>& bound) {
         const CParamRow& row = table->rows[*i];
         CParam& param = bound.emplace_back(row.kind, row.name, row.unit);
         param.Data = row.member(cmp);
+        // The host reads and writes a table as the text of its points; the
+        // table reads that text again at its next preparation.
+        if (row.kind == kParamPwl) param.Data = &static_cast<CPWL*>(param.Data)->m_Text;
     }
     bound.emplace_back();
 }

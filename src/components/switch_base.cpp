@@ -1,12 +1,12 @@
 #include "components/switch_base.h"
 
 #include "components/signal_link.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "components/solver_port.h"
 
 namespace qz3 {
 
-CSwitchBase::CSwitchBase(const CCmpType* typeDescriptor) : CCmp(typeDescriptor), signal(this) {}
+CSwitchBase::CSwitchBase(const CCmpType* typeDescriptor) : CCmp(typeDescriptor) {}
 
 bool CSwitchBase::IsTimeModel(ModelId number) {
     return number == ModelId::Step || number == ModelId::Single || number == ModelId::Pulse || number == ModelId::Clock || number == ModelId::List ||
@@ -22,10 +22,7 @@ void CSwitchBase::XmlSignal(CXmlNode* node) {
 
 bool CSwitchBase::CheckSignal(CSolverPort* calc) {
     if (!IsTimeModel(model)) return true;
-    std::string lines;
-    const bool sound = signal.CheckLines(model, FullName(), typeInfo->typeName[0], lines);
-    calc->AppendError(lines);
-    return sound;
+    return qz3::CheckSignal(calc, this, signal);
 }
 
 bool CSwitchBase::StartSignal(CSolverPort* calc, double t, bool run) {

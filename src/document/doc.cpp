@@ -4,7 +4,7 @@
 #include <sys/stat.h>
 
 #include "components/cmps.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/number_text.h"
 #include "solver/calc.h"
 
@@ -51,7 +51,10 @@ CDoc::CDoc()
       m_Cmps(std::make_unique<CCmps>(this)),
       m_Tran(std::make_unique<CTraceSet>(this, true)),
       m_Freq(std::make_unique<CTraceSet>(this, false)),
-      m_Calc(std::make_unique<CCalc>(this)) {}
+      m_Calc(std::make_unique<CCalc>(this)) {
+    static const bool linked = (LinkTracesToSignals(), true);
+    (void)linked;
+}
 
 CDoc::~CDoc() {
     // The solver goes before the components: ending a run resets them.

@@ -18,7 +18,7 @@
 #include "base/list.h"
 #include "document/io_record.h"
 #include "document/param_record.h"
-#include "document/settings.h"
+#include "xml/settings.h"
 #include "traces/trace_set.h"
 
 namespace qz3 {
@@ -109,5 +109,8 @@ private:
 std::string WithDefaultExtension(const std::string& name, const std::string& ext);
 // True when the platform finds a file or folder of that name.
 bool FileExists(const std::string& path);
+// Fills the "Trace" generators' slot with the document's own lookup; the
+// first document does it.
+void LinkTracesToSignals();
 
 }  // namespace qz3

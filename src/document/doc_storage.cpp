@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "document/doc.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 namespace qz3 {
 

@@ -5,7 +5,7 @@
 #include "components/cmp.h"
 #include "components/cmps.h"
 #include "document/doc.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "solver/calc.h"
 #include "traces/trace.h"
 

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "expr/eval_entry.h"
+#include "base/constants.h"
 
 namespace qz3 {
 
@@ -46,7 +47,6 @@ bool CallFunction(int code, CEvalEntry* args, int count, CValue& result, CEvalCo
 bool& RandomUsed();
 
 // The evaluator's own constants of trigonometry, with exactly these digits.
-constexpr double kPi = 3.14159265358;
 constexpr double kHalfPi = 1.57079632679;
 constexpr double kTrigZero = 1e-15;
 

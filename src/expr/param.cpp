@@ -9,7 +9,6 @@
 #include "expr/formula.h"
 #include "expr/number_text.h"
 #include "expr/param_context.h"
-#include "waveforms/pwl.h"
 
 namespace qz3 {
 
@@ -107,7 +106,7 @@ std::string CParam::GetText() const {
         case kParamOnOff:
         case kParamYesNo:
         case kParamLowHigh: return FlagWord(Kind, Flag());
-        case kParamPwl: return static_cast<CPWL*>(Data)->m_Text;
+        case kParamPwl: return String();
         default: return {};
     }
 }
@@ -169,7 +168,7 @@ void CParam::SetText(std::string& errorText, std::string text, CDoc* doc, bool* 
         else if (SameTextNoCase(text, words[0])) Flag() = 0;
         else if ((sound = EvalLiteral(text, doc, vars, value))) SetFlagFromNumber(Flag(), value);
     } else if (Kind == kParamPwl) {
-        static_cast<CPWL*>(Data)->m_Text = text;
+        String() = text;
     }
     if (ok) *ok = sound;
     if (!sound) errorText = "Error : " + ExprError();
@@ -294,7 +293,7 @@ int CParam::SetTextApi(const char* rawText, CDoc* doc, std::string& error) {
         return -1;
     }
     if (Kind == kParamPwl) {
-        static_cast<CPWL*>(Data)->m_Text = text;
+        String() = text;
         MarkParamsChanged(doc);
         return 0;
     }

@@ -41,7 +41,7 @@ enum ParamKind : uint32_t {
     kParamOnOff = 15,     // int32: "On" / "Off"
     kParamYesNo = 16,     // int32: "Yes" / "No"
     kParamLowHigh = 17,   // int32: "Low" / "High"
-    kParamPwl = 18,       // CPWL
+    kParamPwl = 18,       // the text of a CPWL table (its points)
     kParamCode = 19,      // code text
     kParamRoots = 20,     // roots text
 };

@@ -33,7 +33,7 @@
 #include "components/cmp.h"
 #include "components/solver_port.h"
 #include "solver/error_mark.h"
-#include "document/settings.h"
+#include "xml/settings.h"
 
 namespace qz3 {
 
@@ -247,6 +247,9 @@ public:
     int32_t m_AcPoints = 0, m_AcScale = 0, m_AcSource = 0, m_AcAlg = 0;
     bool m_AcDcop = false;
     bool m_AcInDcop = false;
+    // Copies of the AC settings "faf", "fhl", "fmr", "fsh", "fpop", the names
+    // the file and the host know them by; they are kept for a host that
+    // edits them and change nothing in this engine's analysis.
     std::string m_AcFaf;
     bool m_AcFhl = false;
     double m_AcFmr = 0.0;

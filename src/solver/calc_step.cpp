@@ -86,7 +86,7 @@ void CCalc::PlanStep() {
         if (maxStep > 0.0 && maxStep < m_StepNominal) m_StepNominal = maxStep;
         if (firstStep > 0.0 && (first == 0.0 || first > firstStep)) first = firstStep;
     }
-    if (Advanced().m_CS) {
+    if (Advanced().m_ConstantStep) {
         m_StepFirst = m_StepFirstPrev = m_StepNominal = m_StepMin = m_Step = m_StepBase;
         return;
     }
@@ -125,7 +125,7 @@ void CCalc::PlanEulerPhase(bool& factorNow) {
 // A near break is reached by a whole number of nominal steps.
 void CCalc::FitStepsToBreak() {
     const double b = m_NextBreak;
-    if (!Advanced().m_CS && !std::isnan(b)) {
+    if (!Advanced().m_ConstantStep && !std::isnan(b)) {
         const double d = b - m_Time;
         const double quotient = d / m_StepNominal;
         if (quotient < 100.0) {
@@ -177,7 +177,7 @@ bool CCalc::SimStep() {
         m_State = StateFirst;
         return true;
     }
-    const bool cs = Advanced().m_CS;
+    const bool cs = Advanced().m_ConstantStep;
     bool factorNow = m_State == StateFactor;
     if (!cs && m_State == StateEuler && m_EulerCount == 1) PlanEulerPhase(factorNow);
     if (factorNow) FitStepsToBreak();
@@ -252,7 +252,7 @@ bool CCalc::AcceptStep(int& hit, bool& done) {
         return false;
     }
     if (m_State != StateEuler) return true;
-    if (Advanced().m_SO) {
+    if (Advanced().m_SeveralEulerSteps) {
         ++m_EulerCount;
         if (m_EulerCount < 2 || m_EulerCount < m_EulerTarget) return true;
     }
@@ -261,7 +261,7 @@ bool CCalc::AcceptStep(int& hit, bool& done) {
 }
 
 bool CCalc::BracketEvent(int& hit, bool& located) {
-    if (Advanced().m_CS) {
+    if (Advanced().m_ConstantStep) {
         m_StepFirst = m_Step;
         located = true;
         return true;
@@ -305,7 +305,7 @@ bool CCalc::StoreResults() {
     for (CCmp* cmp : m_Cmps)
         if (cmp && !cmp->IsSubCircuit() && !cmp->Simulate(this, PhaseHistory, m_Time)) return false;
     bool hold = false;
-    if (!Advanced().m_SBS) {
+    if (!Advanced().m_StoreBeforeStart) {
         const bool early = m_Time < m_StartTime && !TimesMeet(m_Time, m_StartTime);
         hold = early || !m_NoStartTrigger;
     }

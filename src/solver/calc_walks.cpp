@@ -8,10 +8,10 @@
 
 #include "components/cmp.h"
 #include "components/cmps.h"
-#include "document/doc.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
 #include "solver/calc.h"
+#include "solver/run_document.h"
 #include "solver/run_traces.h"
 
 namespace qz3 {
@@ -36,8 +36,8 @@ int OffsetPinNodes(CCmps* list, int offset) {
 }  // namespace
 
 bool CCalc::PrepareCmps() {
-    if (!m_Doc || !m_Doc->m_Cmps) return true;
-    return PrepareCmpList(m_Doc->m_Cmps.get());
+    CCmps* cmps = RunDocument(m_Doc).cmps;
+    return cmps ? PrepareCmpList(cmps) : true;
 }
 
 // All faults of all components are listed before the run gives up.
@@ -125,8 +125,9 @@ bool CCalc::PrepareTraces() {
 }
 
 void CCalc::ResetComponents() {
-    if (!m_Doc || !m_Doc->m_Cmps) return;
-    CCmps& list = *m_Doc->m_Cmps;
+    CCmps* cmps = RunDocument(m_Doc).cmps;
+    if (!cmps) return;
+    CCmps& list = *cmps;
     for (int i = 0; i < list.Count(); ++i) {
         CCmp* cmp = list.At(i);
         cmp->pwl.Reset();
@@ -135,9 +136,10 @@ void CCalc::ResetComponents() {
 }
 
 void CCalc::LoadRunSettings() {
-    if (!m_Doc) return;
-    const CTranSettings& tran = m_Doc->m_TranSettings;
-    const CAdvancedSettings& advanced = m_Doc->m_Advanced;
+    const CRunDocument doc = RunDocument(m_Doc);
+    if (!doc.tran) return;
+    const CTranSettings& tran = *doc.tran;
+    const CAdvancedSettings& advanced = *doc.advanced;
     m_Zero = advanced.m_Zero;
     m_LogicLow = advanced.m_Low;
     m_LogicHigh = advanced.m_High;
@@ -149,13 +151,13 @@ void CCalc::LoadRunSettings() {
         m_StateId = 0;
         m_StartTime = tran.m_Start;
         m_Time = 0.0;
-        if (m_StateIndex >= 0 && m_StateIndex < m_Doc->m_States.Count()) {
-            const std::string& line = m_Doc->m_States[m_StateIndex];
+        if (m_StateIndex >= 0 && m_StateIndex < doc.states->Count()) {
+            const std::string& line = (*doc.states)[m_StateIndex];
             m_StateId = KeyInt(line, "id", 0);
             m_StartTime = m_Time = KeyDouble(line, "t", 0.0);
         }
     } else {
-        const CACSettings& ac = m_Doc->m_ACSettings;
+        const CACSettings& ac = *doc.ac;
         m_AcType = ac.m_Type;
         m_AcList = ac.m_List;
         m_AcFrom = ac.m_From;
@@ -172,8 +174,8 @@ void CCalc::LoadRunSettings() {
         m_AcFpop = ac.m_Fpop;
         m_AcStep = tran.m_Step;
     }
-    if (!m_Doc->m_Cmps) return;
-    for (int i = 0; i < m_Doc->m_Cmps->Count(); ++i) m_Doc->m_Cmps->At(i)->lastModel = ModelId::None;
+    if (!doc.cmps) return;
+    for (int i = 0; i < doc.cmps->Count(); ++i) doc.cmps->At(i)->lastModel = ModelId::None;
 }
 
 void CCalc::ReportMemory(int64_t delta) { CountRunMemory(m_Doc, m_Transient, delta); }
@@ -189,10 +191,14 @@ std::string CCalc::TimeText(double t) const { return NumberToText(t, 6); }
 
 const CAdvancedSettings& CCalc::Advanced() const {
     static const CAdvancedSettings defaults;
-    return m_Doc ? m_Doc->m_Advanced : defaults;
+    const CAdvancedSettings* advanced = RunDocument(m_Doc).advanced;
+    return advanced ? *advanced : defaults;
 }
 
-double CCalc::StepSetting() const { return m_Doc ? m_Doc->m_TranSettings.m_Step : m_StepBase; }
+double CCalc::StepSetting() const {
+    const CTranSettings* tran = RunDocument(m_Doc).tran;
+    return tran ? tran->m_Step : m_StepBase;
+}
 
 // The settings keep the smallest-step factors ("s_fs", ...) in m_StepFirst and
 // the first-step factors ("s_ff", ...) in m_StepSecond.
@@ -201,7 +207,7 @@ double CCalc::SmallestStepFactor() const { return Advanced().m_StepFirst[Advance
 double CCalc::FirstStepFactor() const { return Advanced().m_StepSecond[Advanced().m_StepMode]; }
 
 bool CCalc::TimesMeet(double a, double b) {
-    return 1e-12 * std::fmin(std::fabs(a), std::fabs(b)) >= std::fabs(a - b);
+    return RealCompare(a, b) == 0;
 }
 
 int32_t CCalc::ClockMs() {

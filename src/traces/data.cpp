@@ -1,4 +1,5 @@
 #include "traces/data.h"
+#include "base/constants.h"
 
 #include "expr/number_text.h"
 
@@ -332,7 +333,7 @@ bool CData::GetValueAt(double t, double& out, bool apply) const {
 
 double CData::AcValue(double magnitude, double phase) const {
     // Degrees to radians with the engine's own digits of pi.
-    constexpr double kRadians = 3.14159265358 / 180.0;
+    constexpr double kRadians = kPi / 180.0;
     const int form = m_Link != nullptr ? m_Link->acOut : kAcMagPhase;
     if (form == kAcReal) return magnitude * std::cos(phase * kRadians);
     if (form == kAcImag) return magnitude * std::sin(phase * kRadians);

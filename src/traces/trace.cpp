@@ -1,7 +1,8 @@
 #include "traces/trace.h"
 
-#include "document/doc.h"
-#include "document/xml_node.h"
+#include "solver/run_document.h"
+#include "xml/settings.h"
+#include "xml/xml_node.h"
 #include "traces/trace_set.h"
 #include "traces/traces.h"
 
@@ -154,9 +155,10 @@ void CTrace::XmlTranKeys(CXmlNode& node) {
         m_DigThreshold = node.Dbl("dig_threshold", m_DigThreshold);
     } else {
         // Files of older versions kept two levels; their middle is the threshold.
-        CDoc* doc = m_Traces && m_Traces->m_Set ? m_Traces->m_Set->m_Doc : nullptr;
-        double high = node.Dbl("dig_high", doc ? doc->m_Advanced.m_High : 5.0);
-        double low = node.Dbl("dig_low", doc ? doc->m_Advanced.m_Low : 0.0);
+        const CAdvancedSettings* advanced =
+            RunDocument(m_Traces && m_Traces->m_Set ? m_Traces->m_Set->m_Doc : nullptr).advanced;
+        double high = node.Dbl("dig_high", advanced ? advanced->m_High : 5.0);
+        double low = node.Dbl("dig_low", advanced ? advanced->m_Low : 0.0);
         m_DigThreshold = (high + low) * 0.5;
     }
     m_Scale = node.Dbl("scale", m_Scale);

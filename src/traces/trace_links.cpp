@@ -1,4 +1,5 @@
 #include "traces/trace_links.h"
+#include "base/constants.h"
 
 #include <cmath>
 #include <string>
@@ -14,7 +15,6 @@ namespace {
 
 // Degrees to radians as trace references convert phases.
 constexpr double kRadiansPerDegree = 0.017453292519888888;
-constexpr double kPi = 3.14159265358;
 
 CData* RunById(const CTrace& trace, int id) {
     for (CData* run : trace.m_Runs)

@@ -5,7 +5,9 @@
 #include <limits>
 
 #include "components/cmp.h"
-#include "document/doc.h"
+#include "base/constants.h"
+#include "solver/run_document.h"
+#include "xml/settings.h"
 #include "expr/eval_expr.h"
 #include "expr/number_text.h"
 #include "solver/calc.h"
@@ -18,7 +20,6 @@ namespace qz3 {
 namespace {
 
 constexpr double kDegrees = 57.295779513260925;
-constexpr double kTwoPi = 6.28318530716;
 
 struct CPhasor {
     double re = 0.0;
@@ -196,8 +197,9 @@ bool CTrace::ValueAC(CCalc& calc, const double* re, const double* im, double& ma
                 phase = z.Degrees();
                 return true;
             }
-            CDoc* doc = m_Traces && m_Traces->m_Set ? m_Traces->m_Set->m_Doc : nullptr;
-            CPhasor z0 = doc ? CPhasor{doc->m_Advanced.m_Z0Re, doc->m_Advanced.m_Z0Im} : CPhasor{50.0, 0.0};
+            const CAdvancedSettings* advanced =
+                RunDocument(m_Traces && m_Traces->m_Set ? m_Traces->m_Set->m_Doc : nullptr).advanced;
+            CPhasor z0 = advanced ? CPhasor{advanced->m_Z0Re, advanced->m_Z0Im} : CPhasor{50.0, 0.0};
             CPhasor sum{z.re + z0.re, z.im + z0.im};
             bool open = sum.re == 0.0 && sum.im == 0.0;
             CPhasor gamma = open ? CPhasor{} : Div(CPhasor{z.re - z0.re, z.im - z0.im}, sum);

@@ -2,8 +2,9 @@
 
 #include <cmath>
 
-#include "document/doc.h"
-#include "document/xml_node.h"
+#include "solver/run_document.h"
+#include "xml/settings.h"
+#include "xml/xml_node.h"
 #include "traces/trace.h"
 #include "traces/trace_links.h"
 #include "traces/trace_order.h"
@@ -22,9 +23,15 @@ CTraceSet::~CTraceSet() {
     for (CStoredRun* run : m_Runs) delete run;
 }
 
-bool CTraceSet::Compression() const { return m_Doc ? m_Doc->m_Advanced.m_DC : true; }
+bool CTraceSet::Compression() const {
+    const CAdvancedSettings* advanced = RunDocument(m_Doc).advanced;
+    return advanced ? advanced->m_DC : true;
+}
 
-double CTraceSet::DefaultThreshold() const { return m_Doc ? m_Doc->m_Advanced.m_Thr : 2.5; }
+double CTraceSet::DefaultThreshold() const {
+    const CAdvancedSettings* advanced = RunDocument(m_Doc).advanced;
+    return advanced ? advanced->m_Thr : 2.5;
+}
 
 void CTraceSet::Xml(CXmlNode& traces) {
     if (traces.m_bWrite) {

@@ -4,7 +4,8 @@
 
 #include "components/cmp.h"
 #include "components/cmps.h"
-#include "document/doc.h"
+#include "solver/run_document.h"
+#include "xml/settings.h"
 #include "expr/var_list.h"
 #include "solver/calc.h"
 #include "traces/trace.h"
@@ -21,7 +22,7 @@ std::string_view Trimmed(std::string_view s) {
 }
 
 CCmp* FindCmpById(CDoc* doc, int id) {
-    CCmps* cmps = doc ? doc->m_Cmps.get() : nullptr;
+    CCmps* cmps = RunDocument(doc).cmps;
     if (!cmps) return nullptr;
     for (int i = 0; i < cmps->Count(); ++i)
         if (cmps->At(i)->id == id) return cmps->At(i);
@@ -112,7 +113,7 @@ bool CTraces::Bind(CCalc& calc) {
         if (trace->m_Id > 0)
             cmp = FindCmpById(doc, trace->m_Id);
         else if (trace->m_Id == 0 && !trace->m_bTran && IsExcitationType(trace->m_Type) && doc)
-            cmp = FindCmpById(doc, doc->m_ACSettings.m_Id);
+            cmp = FindCmpById(doc, RunDocument(doc).ac->m_Id);
         trace->EnsureVars();
         if (trace->m_Type == kTraceFunction) {
             // A formula that is a plain name of the trace's own variables is

@@ -3,8 +3,6 @@
 #include <cmath>
 
 #include "base/list.h"
-#include "components/calc_link.h"
-#include "components/cmp.h"
 #include "expr/number_text.h"
 
 namespace qz3 {
@@ -24,7 +22,7 @@ bool ParseItem(const std::string& item, double& value, std::string& error) {
 
 }  // namespace
 
-int& CPWL::Segment() { return m_Owner ? m_Owner->state : m_LocalSegment; }
+int& CPWL::Segment() { return m_Segment ? *m_Segment : m_LocalSegment; }
 
 void CPWL::SetLabels(const char* x, const char* y, const char* slopeTitle, const char* curveTitle) {
     m_XLabel = x;
@@ -41,12 +39,6 @@ void CPWL::Reset() {
     m_First = 0;
     m_Last = 0;
     m_Prepared.clear();
-}
-
-bool CPWL::Prepare(CSolverPort* calc) {
-    std::string error;
-    if (Prepare(error)) return true;
-    return ReportCmpError(calc, m_Owner, error);
 }
 
 bool CPWL::Prepare(std::string& error) {

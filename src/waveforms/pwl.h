@@ -5,13 +5,14 @@
 // the solver then only reads them. A table without a break at exactly 0 is
 // mirrored into an odd curve about the origin.
 //
-// The present segment is a state of the owning component (CCmp::state), so
-// that the solver's switching search can save and restore it with the rest.
+// The present segment is a state of the owning component (CCmp::state, given
+// at construction), so that the solver's switching search can save and
+// restore it with the rest.
 // Segment s is array index s - m_First; segment 0 is the one just below the
 // first break at or above 0.
 //
 // Recipe for an element with a PWL characteristic:
-//     PhaseInit:      if (!pwl.Prepare(calc)) return false;
+//     PhaseInit:      if (!PrepareTable(calc, pwl)) return false;
 //     PhaseStamp:     double g = pwl.Slope(state), o = pwl.Offset(state);
 //     CheckSegment:   return pwl.CheckSegment(controlValue, commit);
 #pragma once
@@ -21,22 +22,18 @@
 
 namespace qz3 {
 
-class CCmp;
-class CSolverPort;
-
 class CPWL {
 public:
-    explicit CPWL(CCmp* owner = nullptr) : m_Owner(owner) {}
+    // `segment` is the owner's state word; null: the table keeps its own.
+    explicit CPWL(int* segment = nullptr) : m_Segment(segment) {}
     virtual ~CPWL() = default;
     CPWL(const CPWL&) = delete;
     CPWL& operator=(const CPWL&) = delete;
 
     // Frees the arrays; the next Prepare builds them again.
     void Reset();
-    // Builds the arrays from m_Text unless it is what they were built from.
-    // Errors are reported for the owner through the solver's error text.
-    bool Prepare(CSolverPort* calc);
-    // The same without a solver: the message goes to `error`.
+    // Builds the arrays from m_Text unless it is what they were built from;
+    // false with the message in `error`.
     bool Prepare(std::string& error);
     // True if v lies outside the owner's present segment; with commit the
     // segment moves towards it, never across segment 0 in one step.
@@ -52,7 +49,7 @@ public:
     // Axis texts for an editing host, and the choice of the integrated curve.
     void SetLabels(const char* x, const char* y, const char* slopeTitle, const char* curveTitle);
 
-    CCmp* m_Owner = nullptr;
+    int* m_Segment = nullptr;
     std::string m_Text = "1.0";
     std::string m_XLabel;
     std::string m_YLabel;

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <new>
 
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/state_text.h"
 
 namespace qz3 {
@@ -14,7 +14,7 @@ const char* const kSlopeWords[] = {"Linear", "Cos", "Exp", nullptr};
 const char* const kSweepWords[] = {"Linear", "Exp", nullptr};
 }  // namespace
 
-CSignal::CSignal(CCmp* owner) : m_Owner(owner) {
+CSignal::CSignal() {
     m_SlopeChoice.Items = kSlopeWords;
     m_SweepChoice.Items = kSweepWords;
 }

@@ -1,8 +1,8 @@
 // CSignal: the waveform generator that a source or a logic generator embeds.
 //
-// The element forwards to it: CheckParams -> CheckLines, its preparing phase
-// -> Prepare, PhaseInit -> Start, PhaseSources -> ValueAt, NextEvent ->
-// NextEvent. The parameters are formulas whose cached values are copied into
+// The element drives it through components/signal_link.h: CheckParams ->
+// CheckLines, PhaseInit -> Prepare and Start, PhaseSources -> ValueAt,
+// NextEvent -> NextEvent. The parameters are formulas whose cached values are copied into
 // the numeric engine (CSignalWave) at every call, so that a live formula can
 // change between steps. What needs the rest of the system (evaluating table
 // items and "Function", finding files, the samples of a trace) comes in
@@ -21,8 +21,6 @@
 
 namespace qz3 {
 
-class CSolverPort;
-class CCmp;
 class CXmlNode;
 
 struct CSignalContext {
@@ -43,7 +41,7 @@ using SignalFunction = std::function<bool(double x, double& value, std::string& 
 
 class CSignal : public CSignalWave {
 public:
-    explicit CSignal(CCmp* owner = nullptr);
+    CSignal();
     ~CSignal() override = default;
 
     // Reads or writes the child "Signal"; false if it can't be had.
@@ -67,21 +65,6 @@ public:
     // Copies the cached values of the formulas into the engine.
     void SyncNumbers();
 
-    // ---- the element's view (signal_calc.cpp): the owner's names, the
-    // document's evaluator and files, and the solver's vectors.
-    // One line per fault into the solver's error text.
-    bool Check(CSolverPort* calc);
-    // Prepare with the owner's model, its attachment, the document's
-    // evaluator, files and traces; the message goes out as the owner's line.
-    bool Prepare(CSolverPort* calc);
-    void Start(CSolverPort* calc, double t, bool run) { Start(t, run); }
-    // Writes the value at t through SetSource(index); false with the owner's
-    // line when "Function" fails.
-    bool Value(CSolverPort* calc, double t, int index);
-    // Times are absolute; the sweep's ladder takes the solver's largest step.
-    void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin);
-
-    CCmp* m_Owner = nullptr;
     CFormula m_U0{0.0};
     CFormula m_U1{10.0};
     CFormula m_Period{1.0};

@@ -11,12 +11,12 @@
 #include <cmath>
 
 #include "waveforms/signal_wave.h"
+#include "base/constants.h"
 
 namespace qz3 {
 
 namespace {
 
-constexpr double kPi = 3.14159265358;
 
 // exp(-a), taken as 0 far out so that long tails don't underflow slowly.
 double ExpDecay(double a) { return a >= 300.0 ? 0.0 : std::exp(-a); }

@@ -2,12 +2,12 @@
 #include <cmath>
 
 #include "waveforms/signal_wave.h"
+#include "base/constants.h"
 
 namespace qz3 {
 
 namespace {
 
-constexpr double kTwoPi = 6.28318530716;
 constexpr double kE = 2.71828;
 
 bool IsWhole(double c) { return c == std::trunc(c); }

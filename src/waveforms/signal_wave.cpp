@@ -1,5 +1,6 @@
 // Dispatch of the generators by model, and the parts they share.
 #include "waveforms/signal_wave.h"
+#include "expr/number_text.h"
 
 #include <algorithm>
 #include <cmath>
@@ -8,7 +9,7 @@ namespace qz3 {
 
 bool TimeReached(double x, double a) {
     if (x > a) return true;
-    return std::min(std::fabs(x), std::fabs(a)) * 1e-12 >= std::fabs(x - a);
+    return RealCompare(x, a) == 0;
 }
 
 void CSignalWave::StartWave(double t, bool run) {

@@ -8,7 +8,7 @@
 #include "components/elem_r.h"
 #include "components/elem_set.h"
 #include "components/variable.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/param.h"
 
 namespace qz3 {

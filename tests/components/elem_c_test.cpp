@@ -9,7 +9,7 @@
 
 #include "components/cmps.h"
 #include "components/elem_set.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "solver/calc.h"
 
 namespace qz3 {

@@ -12,7 +12,7 @@
 
 #include "components/cmp.h"
 #include "components/elem_set.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "solver/calc.h"
 
 namespace qz3::test {

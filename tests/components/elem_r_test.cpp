@@ -8,7 +8,7 @@
 
 #include "components/cmps.h"
 #include "components/elem_set.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "solver/calc.h"
 
 namespace qz3 {
@@ -154,7 +154,7 @@ TEST(ElemR, FileKeysSurviveAChangeOfModel) {
     EXPECT_EQ(r->r.m_Value, 2200.0);
     EXPECT_EQ(r->pwlI.m_Text, "1, 2, 3");
     EXPECT_EQ(r->nodes[0], 3);
-    EXPECT_EQ(r->BindParams()[0].Data, &r->pwlI);  // "pwl" of this model is the V(I) table
+    EXPECT_EQ(r->BindParams()[0].Data, &r->pwlI.m_Text);  // "pwl" of this model is the V(I) table
 
     CXmlNode out("Cmp");
     r->model = ModelId::R;

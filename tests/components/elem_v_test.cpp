@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "components/elem_set.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
 #include "solver/calc.h"

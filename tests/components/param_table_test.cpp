@@ -10,7 +10,7 @@
 #include "components/elem_d.h"
 #include "components/elem_fixture.h"
 #include "components/elem_set.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 namespace qz3 {
 namespace {

@@ -7,7 +7,7 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 #include "test_files.h"
 
@@ -48,7 +48,7 @@ TEST(Settings, DefaultsStandWithoutKeys) {
     EXPECT_EQ(ac.m_Faf, "0.1");
     EXPECT_TRUE(ac.m_Fhl && ac.m_Fpop && !ac.m_Fsh && !ac.m_DCOP);
     EXPECT_EQ(ac.m_Fmr, 10);
-    EXPECT_TRUE(adv.m_DC && adv.m_SO && !adv.m_CS && adv.m_SBS);
+    EXPECT_TRUE(adv.m_DC && adv.m_SeveralEulerSteps && !adv.m_ConstantStep && adv.m_StoreBeforeStart);
     EXPECT_EQ(adv.m_Zero, 1e-12);
     EXPECT_EQ(adv.m_StepMode, 1);
     EXPECT_EQ(adv.FirstStepFactor(), 0.125);
@@ -113,7 +113,7 @@ TEST(Doc, LoadsTheDocumentNode) {
     EXPECT_EQ(ac.m_Fmr, 3);
 
     const CAdvancedSettings& adv = doc.m_Advanced;
-    EXPECT_TRUE(!adv.m_DC && !adv.m_SO && adv.m_CS && !adv.m_SBS);
+    EXPECT_TRUE(!adv.m_DC && !adv.m_SeveralEulerSteps && adv.m_ConstantStep && !adv.m_StoreBeforeStart);
     EXPECT_EQ(adv.m_Timeout, 7);
     EXPECT_EQ(adv.m_Zero, 1e-15);
     EXPECT_EQ(adv.m_StepMode, 3);

@@ -178,7 +178,7 @@ TEST(Param, TextsForDisplayAndForTheHost) {
     CParam lowHigh = Row(kParamLowHigh, &m.flag);
     m.flag = 3;
     EXPECT_EQ(lowHigh.GetText(), "High");
-    CParam pwl = Row(kParamPwl, &m.pwl);
+    CParam pwl = Row(kParamPwl, &m.pwl.m_Text);
     EXPECT_EQ(pwl.SetTextApi("1,2,3", nullptr, error), 0);
     EXPECT_EQ(pwl.GetText(), "1,2,3");
 }

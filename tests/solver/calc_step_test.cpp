@@ -75,7 +75,7 @@ TEST(CalcStep, FastTrapezoidalStepEqualsTheAssembledOne) {
 
 TEST(CalcStep, SwitchesOffSecondEulerStepsAndConstantStep) {
     DrivenRC rc;
-    rc.doc.m_Advanced.m_SO = false;
+    rc.doc.m_Advanced.m_SeveralEulerSteps = false;
     ASSERT_TRUE(rc.doc.Start());
     std::vector<int> states;
     for (int turn = 0; turn < 4; ++turn) {
@@ -85,7 +85,7 @@ TEST(CalcStep, SwitchesOffSecondEulerStepsAndConstantStep) {
     EXPECT_EQ(states, (std::vector<int>{3, 4, 5, 6}));
 
     DrivenRC constant;
-    constant.doc.m_Advanced.m_CS = true;
+    constant.doc.m_Advanced.m_ConstantStep = true;
     ASSERT_TRUE(constant.doc.Start());
     for (int turn = 0; turn < 6; ++turn) {
         ASSERT_TRUE(constant.calc.StepOnce());

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "traces/trace.h"
 #include "traces/trace_order.h"
 #include "traces/trace_set.h"

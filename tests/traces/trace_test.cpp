@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "document/doc.h"
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "solver/calc.h"
 #include "traces/trace.h"
 #include "traces/trace_order.h"

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 namespace qz3 {
 namespace {

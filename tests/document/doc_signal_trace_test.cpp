@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include <string>
 
 #include "document/doc.h"
@@ -38,14 +40,16 @@ TEST(SignalTrace, TheStoredRunOfTheDocumentsTraceIsFound) {
     EXPECT_EQ(find(&doc, "Vin", true, &found), nullptr);  // the stored run is empty
     stored->AddPoint(0.0, 1.0);
     stored->AddPoint(1.0, 3.0);
-    EXPECT_EQ(find(&doc, "Vin", true, &found), stored);
+    const std::unique_ptr<CSignalSamples> samples = find(&doc, "Vin", true, &found);
+    ASSERT_NE(samples, nullptr);  // the stored run's points, not the live run's
+    ASSERT_EQ(samples->SampleCount(), 2);
+    EXPECT_EQ(samples->SampleValue(1), 3.0);
     EXPECT_EQ(find(&doc, "Vin", false, &found), nullptr);  // not a frequency trace
     EXPECT_FALSE(found);
 
     // The generator follows the samples it was given.
-    CDataSamples samples(find(&doc, "Vin", true, &found));
     CSignalContext context;
-    context.samples = &samples;
+    context.samples = samples.get();
     context.traceFound = true;
     CSignal signal;
     std::string error;

@@ -60,9 +60,13 @@ public:
     double SecondStepFactor() const { return m_StepSecond[m_StepMode]; }
 
     bool m_DC = true;
-    bool m_SO = true;
-    bool m_CS = false;
-    bool m_SBS = true;
+    // "so": after an event, Euler steps go on as planned; off, one follows
+    // the first step.
+    bool m_SeveralEulerSteps = true;
+    // "cs": every step has the set length and events are not bracketed.
+    bool m_ConstantStep = false;
+    // "sbs": what lies before the start time is recorded too.
+    bool m_StoreBeforeStart = true;
     int m_Timeout = 0;
     double m_Zero = 1e-12;
     int m_StepMode = 1;  // "s_m", always 0 to 3 in memory

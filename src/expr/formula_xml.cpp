@@ -1,10 +1,12 @@
-// A formula parameter in up to four attributes: name_str (the formula text),
-// name (the value), name_format and name_bit (only when they differ from the
-// defaults, so that a plain number stays one attribute).
+// CXmlNode::Val of a formula, defined beside the formula so that the file
+// layer below knows none. A formula parameter takes up to four attributes:
+// name_str (the formula text), name (the value), name_format and name_bit
+// (only when they differ from the defaults, so that a plain number stays one
+// attribute).
 #include <cmath>
 #include <limits>
 
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 #include "expr/formula.h"
 
 namespace qz3 {

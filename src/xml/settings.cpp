@@ -1,8 +1,8 @@
-#include "document/settings.h"
+#include "xml/settings.h"
 
 #include <algorithm>
 
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 namespace qz3 {
 
@@ -42,9 +42,9 @@ void CAdvancedSettings::Xml(CXmlNode& node) {
     static constexpr const char* kFirstKeys[kStepRows] = {"s_fs", "s_os", "s_as", "s_cs"};
     static constexpr const char* kSecondKeys[kStepRows] = {"s_ff", "s_of", "s_af", "s_cf"};
     m_DC = node.Bool("dc", m_DC);
-    m_SO = node.Bool("so", m_SO);
-    m_CS = node.Bool("cs", m_CS);
-    m_SBS = node.Bool("sbs", m_SBS);
+    m_SeveralEulerSteps = node.Bool("so", m_SeveralEulerSteps);
+    m_ConstantStep = node.Bool("cs", m_ConstantStep);
+    m_StoreBeforeStart = node.Bool("sbs", m_StoreBeforeStart);
     m_Timeout = node.Int("to", m_Timeout);
     m_Zero = node.Dbl("zero", m_Zero);
     // The row indexes a table: an outside value is held at the nearest row,

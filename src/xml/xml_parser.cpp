@@ -1,4 +1,4 @@
-#include "document/xml_parser.h"
+#include "xml/xml_parser.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -6,7 +6,7 @@
 #include <string>
 #include <sys/stat.h>
 
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 namespace qz3 {
 

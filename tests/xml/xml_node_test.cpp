@@ -1,4 +1,4 @@
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
 #include <gtest/gtest.h>
 

@@ -1,12 +1,13 @@
-#include "document/xml_node.h"
+#include "xml/xml_node.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
 
-#include "expr/number_text.h"
+#include "base/number_format.h"
 
 namespace qz3 {
 
@@ -333,13 +334,6 @@ bool PassesUnencoded(unsigned char c) {
     }
 }
 
-int HexDigitValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return 0;  // a malformed digit counts as 0
-}
-
 }  // namespace
 
 std::string PercentEncode(std::string_view text) {
@@ -371,7 +365,7 @@ std::string PercentDecode(std::string_view text) {
         } else if (c == '%') {
             // A "%" near the end takes the digits that are there.
             int value = 0;
-            for (int k = 0; k < 2 && i + 1 < text.size(); ++k) value = value * 16 + HexDigitValue(text[++i]);
+            for (int k = 0; k < 2 && i + 1 < text.size(); ++k) value = value * 16 + std::max(0, HexDigitValue(text[++i]));  // a malformed digit counts as 0
             c = static_cast<char>(value);
         }
         if (c == 0) break;  // an encoded zero ends the string
