@@ -191,8 +191,7 @@ std::string CCalc::TimeText(double t) const { return NumberToText(t, 6); }
 
 const CAdvancedSettings& CCalc::Advanced() const {
     static const CAdvancedSettings defaults;
-    const CAdvancedSettings* advanced = RunDocument(m_Doc).advanced;
-    return advanced ? *advanced : defaults;
+    return m_AdvancedSettings ? *m_AdvancedSettings : defaults;
 }
 
 double CCalc::StepSetting() const {
