@@ -206,7 +206,7 @@ double CCalc::SmallestStepFactor() const { return Advanced().m_StepFirst[Advance
 double CCalc::FirstStepFactor() const { return Advanced().m_StepSecond[Advanced().m_StepMode]; }
 
 bool CCalc::TimesMeet(double a, double b) {
-    return RealCompare(a, b) == 0;
+    return RealSame(a, b);
 }
 
 int32_t CCalc::ClockMs() {
