@@ -76,8 +76,7 @@ std::string NumberToText(double x, unsigned digits) {
 }
 
 int RealCompare(double a, double b) {
-    const double tolerance = std::fmin(std::fabs(a), std::fabs(b)) * 1e-12;
-    if (tolerance >= std::fabs(a - b)) return 0;
+    if (RealSame(a, b)) return 0;
     return b > a ? -1 : 1;
 }
 

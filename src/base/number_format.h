@@ -25,8 +25,16 @@ double TextToDouble(std::string_view text);
 // 1500 -> "1.5e+3", 0.5 -> "500e-3", NaN -> "". Every caller passes 12.
 std::string NumberToText(double x, unsigned digits);
 
-// 0 if a and b agree within min(|a|,|b|)*1e-12, else -1 if b > a, else 1.
-// A NaN on either side gives 1.
+// a and b agree within min(|a|,|b|)*1e-12: the comparison of event times and
+// of values everywhere. False when either is NaN. Inline: the step loop asks
+// it at every point.
+inline bool RealSame(double a, double b) {
+    const double fa = a < 0 ? -a : a, fb = b < 0 ? -b : b;
+    const double d = a - b;
+    return (fa < fb ? fa : fb) * 1e-12 >= (d < 0 ? -d : d);
+}
+
+// 0 if RealSame, else -1 if b > a, else 1. A NaN on either side gives 1.
 int RealCompare(double a, double b);
 
 // "0" for either zero, otherwise "#" and 16 upper-case hex digits of the

@@ -287,7 +287,7 @@ void CElemCS::CheckSteps(CSolverPort* calc, double c, bool commit, bool* changed
 
 namespace {
 
-bool Near(double t, double x) { return RealCompare(t, x) == 0; }
+bool Near(double t, double x) { return RealSame(t, x); }
 
 }  // namespace
 

@@ -71,8 +71,8 @@ T WrapDiv(T a, T b) {
 
 // A sum that cancels within the relative tolerance is exactly zero, so that
 // 1e20 - 1e20 and 1 + 1e-13 - 1 don't leave rounding dust behind.
-double SnapAdd(double a, double b) { return RealCompare(a, -b) == 0 ? 0.0 : a + b; }
-double SnapSub(double a, double b) { return RealCompare(a, b) == 0 ? 0.0 : a - b; }
+double SnapAdd(double a, double b) { return RealSame(a, -b) ? 0.0 : a + b; }
+double SnapSub(double a, double b) { return RealSame(a, b) ? 0.0 : a - b; }
 
 ValueType ArithmeticType(CValue& a, CValue& b, bool intArith) {
     if (!intArith && a.Type == vtInt && b.Type == vtInt) {
@@ -174,7 +174,7 @@ bool Compare(int op, CValue a, CValue b, CValue& out) {
         if (op != opEq && op != opNe) return FailOperator(op, "': complex arguments not allowed");
         a.Convert(vtComplex);
         b.Convert(vtComplex);
-        bool same = RealCompare(a.Dbl, b.Dbl) == 0 && RealCompare(a.Im, b.Im) == 0;
+        bool same = RealSame(a.Dbl, b.Dbl) && RealSame(a.Im, b.Im);
         r = op == opEq ? same : !same;
     } else if (a.Type == vtDouble || b.Type == vtDouble) {
         r = Ordered(op, RealCompare(a.AsDouble(), b.AsDouble()), 0);

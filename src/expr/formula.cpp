@@ -19,7 +19,7 @@ namespace {
 bool SameValue(double a, double b) {
     if (std::isnan(a) || std::isnan(b)) return std::isnan(a) && std::isnan(b);
     if (std::isinf(a) && std::isinf(b)) return true;
-    return RealCompare(a, b) == 0;
+    return RealSame(a, b);
 }
 
 std::string Binary(uint32_t bits) {

@@ -312,6 +312,13 @@ public:
     double m_LogicHigh = 5.0;
 
 private:
+    // The document's Advanced settings, read at every step; null without a
+    // document. They live as long as the document, which owns this solver.
+    const CAdvancedSettings* m_AdvancedSettings;
+
+public:
+
+private:
     bool FollowsInChain(int from, int node) const;
     void DissolveGroup(int group);
     void JoinGroups(int g1, int g2);

@@ -3,6 +3,7 @@
 
 #include "base/change_bits.h"
 #include "solver/calc.h"
+#include "solver/run_document.h"
 
 namespace qz3 {
 
@@ -18,7 +19,7 @@ T* ZeroArray(int64_t count) {
 
 }  // namespace
 
-CCalc::CCalc(CDoc* doc) { m_Doc = doc; }
+CCalc::CCalc(CDoc* doc) : m_AdvancedSettings(RunDocument(doc).advanced) { m_Doc = doc; }
 
 CCalc::~CCalc() {
     FreeRun();

@@ -191,8 +191,7 @@ std::string CCalc::TimeText(double t) const { return NumberToText(t, 6); }
 
 const CAdvancedSettings& CCalc::Advanced() const {
     static const CAdvancedSettings defaults;
-    const CAdvancedSettings* advanced = RunDocument(m_Doc).advanced;
-    return advanced ? *advanced : defaults;
+    return m_AdvancedSettings ? *m_AdvancedSettings : defaults;
 }
 
 double CCalc::StepSetting() const {
@@ -207,7 +206,7 @@ double CCalc::SmallestStepFactor() const { return Advanced().m_StepFirst[Advance
 double CCalc::FirstStepFactor() const { return Advanced().m_StepSecond[Advanced().m_StepMode]; }
 
 bool CCalc::TimesMeet(double a, double b) {
-    return RealCompare(a, b) == 0;
+    return RealSame(a, b);
 }
 
 int32_t CCalc::ClockMs() {

@@ -19,12 +19,12 @@ int64_t g_LiveChunks = 0;
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // Times equal within min(|a|,|b|)*1e-12, the comparison of event times.
-bool SameTime(double a, double b) { return RealCompare(a, b) == 0; }
+bool SameTime(double a, double b) { return RealSame(a, b); }
 
 bool NotAfter(double pointTime, double t) { return RealCompare(pointTime, t) <= 0; }
 
 // A repeat within the same tolerance extends a flat stretch; 0 after 0 counts.
-bool SameValue(double a, double b) { return RealCompare(a, b) == 0; }
+bool SameValue(double a, double b) { return RealSame(a, b); }
 
 }  // namespace
 

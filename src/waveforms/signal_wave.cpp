@@ -9,7 +9,7 @@ namespace qz3 {
 
 bool TimeReached(double x, double a) {
     if (x > a) return true;
-    return RealCompare(x, a) == 0;
+    return RealSame(x, a);
 }
 
 void CSignalWave::StartWave(double t, bool run) {
