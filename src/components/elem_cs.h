@@ -49,7 +49,7 @@ public:
     CFormula steps;
     ChoiceValue slope;  // "Linear", "Cos", "Log"
     CFormula ramp;
-    int32_t ic;
+    int32_t ic = 0;
     double tEnd = 0.0;  // next time of a timer
     int32_t step = 0;   // present step of "Steps"
     int32_t stepCount = 0;

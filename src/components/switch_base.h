@@ -39,9 +39,9 @@ public:
 
     static bool IsTimeModel(ModelId model);
 
-    int32_t active;  // Active: "Off" inverts the position
+    int32_t active = 0;  // Active: "Off" inverts the position (start value from the table)
     CSignal signal;
-    int32_t cycle;   // Cycle of "List" and "File", mirrored into signal.m_Cycle
+    int32_t cycle = 0;   // Cycle of "List" and "File", mirrored into signal.m_Cycle
 
 protected:
     // The child "Signal" of a time model, with `cycle` kept in step.
