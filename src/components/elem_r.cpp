@@ -3,6 +3,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "components/solver_port.h"
 
 namespace qz3 {
 
@@ -114,14 +115,14 @@ bool CElemR::SegmentRange(int* first, int* last) {
 
 bool CElemR::CheckSegment(CSolverPort* calc, bool commit) {
     if (!IsType(TypeId::Resistor)) return false;
-    if (model == ModelId::Pwl) return pwl.CheckSegment(X(calc, nodes[1]) - X(calc, nodes[0]), commit);
-    if (model == ModelId::PwlI) return pwlI.CheckSegment(X(calc, firstBranch), commit);
+    if (model == ModelId::Pwl) return pwl.CheckSegment(calc->X(nodes[1]) - calc->X(nodes[0]), commit);
+    if (model == ModelId::PwlI) return pwlI.CheckSegment(calc->X(firstBranch), commit);
     return false;
 }
 
 bool CElemR::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     if (model != ModelId::Pwl || !(IsType(TypeId::VoltageControlledResistor) || IsType(TypeId::CurrentControlledResistor))) return true;
-    const double control = IsType(TypeId::VoltageControlledResistor) ? X(calc, nodes[3]) - X(calc, nodes[2]) : X(calc, firstBranch + 1);
+    const double control = IsType(TypeId::VoltageControlledResistor) ? calc->X(nodes[3]) - calc->X(nodes[2]) : calc->X(firstBranch + 1);
     *changedOut = pwl.CheckSegment(control, commit);
     return true;
 }

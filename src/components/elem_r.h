@@ -48,8 +48,6 @@ private:
     bool StampPotentiometer(CSolverPort* calc);
     bool StampPwlI(CSolverPort* calc);
     void SetPinGroups();
-    // Solution value x[i] of the running solver.
-    static double X(CSolverPort* calc, int index);
 };
 
 }  // namespace qz3

@@ -1,14 +1,8 @@
-// The resistor family's entries in the equations (PhaseStamp, pass 0) and
-// its reading of the solution.
+// The resistor family's entries in the equations (PhaseStamp, pass 0).
 #include "components/elem_r.h"
 #include "components/solver_port.h"
 
 namespace qz3 {
-
-namespace {
-}
-
-double CElemR::X(CSolverPort* calc, int index) { return calc->X(index); }
 
 bool CElemR::Stamp(CSolverPort* calc) {
     if (calc->StampPass() != 0) return true;
