@@ -247,3 +247,18 @@ TEST(Amplifiers, ParametersSurviveSaveAndReopen) {
     EXPECT_EQ(f1, 2000.0);
     std::remove(copy.c_str());
 }
+
+// The closed-loop buck converter of the examples: the error amplifier's
+// integrator brings the output mean to the 5 V reference, before and after
+// the load doubles at 10 ms, with the duty cycle near 5/12.
+TEST(Amplifiers, ClosedLoopBuckRegulatesThroughALoadStep) {
+    Circuit c(qz3test::Example("buck_closed_loop.qz3"));
+    const int control = QZ3_GetTrace(c.ncir, "Vctl");
+    const Series out = RunAndRead(c, "RLOAD", 20e-3);
+    EXPECT_NEAR(qz3test::MeanOver(out, 8e-3, 10e-3), 5.0, 0.05);
+    EXPECT_LT(qz3test::MeanOver(out, 10e-3, 10.5e-3), 4.99);
+    EXPECT_NEAR(qz3test::MeanOver(out, 19e-3, 20e-3), 5.0, 0.005);
+    double t = 0, v = 0;
+    ASSERT_EQ(QZ3_GetLastData(c.ncir, control, &t, &v), 0);
+    EXPECT_NEAR(v / 10.0, 5.0 / 12.0, 0.01);
+}
