@@ -72,6 +72,40 @@ void BM_BuckConverter10ms(benchmark::State& state) {
 }
 BENCHMARK(BM_BuckConverter10ms)->Unit(benchmark::kMillisecond);
 
+// The buck converter regulated by an error amplifier and a modulator, 20 ms
+// with a load step: each edge of the drive is an event of the modulator,
+// counted from the gate's level changes.
+void BM_ClosedLoopBuck20ms(benchmark::State& state) {
+    constexpr double kLoopSimulated = 20e-3;
+    long events = 0, points = 0;
+    for (auto _ : state) {
+        const int ncir = QZ3_Open(Example("buck_closed_loop.qz3").c_str());
+        const int gate = ncir >= 0 ? QZ3_AddVTrace(ncir, "RGATE") : -1;
+        if (gate < 0 || QZ3_Start(ncir) != 0 || QZ3_Simulate(ncir, kLoopSimulated) != 0) {
+            state.SkipWithError(QZ3_GetError());
+            if (ncir >= 0) QZ3_Close(ncir);
+            return;
+        }
+        state.PauseTiming();
+        const int count = QZ3_GetDataSize(ncir, gate);
+        double last = 0;
+        for (int i = 0; i < count; ++i) {
+            double t = 0, y = 0;
+            QZ3_GetDataAt(ncir, gate, i, &t, &y);
+            if (i > 0 && y != last) ++events;
+            last = y;
+        }
+        points += QZ3_GetDataSize(ncir, QZ3_GetTrace(ncir, "I(L1)"));
+        state.ResumeTiming();
+        QZ3_Close(ncir);
+    }
+    using benchmark::Counter;
+    state.counters["events_per_s"] = Counter(double(events), Counter::kIsRate);
+    state.counters["events_per_run"] = double(events) / state.iterations();
+    state.counters["points_per_run"] = double(points) / state.iterations();
+}
+BENCHMARK(BM_ClosedLoopBuck20ms)->Unit(benchmark::kMillisecond);
+
 // An LC tank has no event after its start, so past the Euler steps every
 // turn is a fast trapezoidal step. With its traces deleted nothing is
 // recorded either: any allocation counted here belongs to the step itself.

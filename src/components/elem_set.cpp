@@ -7,7 +7,9 @@
 #include "components/elem_d.h"
 #include "components/elem_c.h"
 #include "components/elem_l.h"
+#include "components/elem_o.h"
 #include "components/elem_pending.h"
+#include "components/elem_vcvs.h"
 #include "components/elem_r.h"
 #include "components/elem_s.h"
 #include "components/elem_v.h"
@@ -44,13 +46,13 @@ const CCmpType kTypes[] = {
     {"D_CCT", TypeId::CurrentThyristor, &CreateElement<CElemD>, 4, nullptr, nullptr, nullptr, kModelsDCct, &kDiodeParams, 0, "Current controlled thyristor"},
     {"V_V", TypeId::VoltageSource, &CreateElement<CElemV>, 2, nullptr, nullptr, nullptr, kModelsVV, &kVoltageSourceParams, 0, "Voltage source"},
     {"V_CV", TypeId::LogicVoltageSource, &CreateElement<CElemV>, 3, nullptr, nullptr, nullptr, kModelsVCV, &kVoltageSourceParams, 0, "Logic controlled voltage source"},
-    {"V_VCVS", TypeId::Vcvs, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled voltage source"},
-    {"V_CCVS", TypeId::Ccvs, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled voltage source"},
+    {"V_VCVS", TypeId::Vcvs, &CreateElement<CElemVCVS>, 4, nullptr, nullptr, nullptr, kModelsVCVS, &kControlledSourceParams, 0, "Voltage controlled voltage source"},
+    {"V_CCVS", TypeId::Ccvs, &CreateElement<CElemVCVS>, 4, nullptr, nullptr, nullptr, kModelsCCVS, &kControlledSourceParams, 0, "Current controlled voltage source"},
     {"V_VM", TypeId::Voltmeter, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Voltmeter"},
     {"I_I", TypeId::CurrentSource, &CreateElement<CElemV>, 2, nullptr, nullptr, nullptr, kModelsII, &kCurrentSourceParams, 0, "Current source"},
     {"I_CI", TypeId::LogicCurrentSource, &CreateElement<CElemV>, 3, nullptr, nullptr, nullptr, kModelsICI, &kCurrentSourceParams, 0, "Logic controlled current source"},
-    {"I_VCCS", TypeId::Vccs, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled current source"},
-    {"I_CCCS", TypeId::Cccs, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled current source"},
+    {"I_VCCS", TypeId::Vccs, &CreateElement<CElemVCVS>, 4, nullptr, nullptr, nullptr, kModelsVCCS, &kControlledSourceParams, 0, "Voltage controlled current source"},
+    {"I_CCCS", TypeId::Cccs, &CreateElement<CElemVCVS>, 4, nullptr, nullptr, nullptr, kModelsCCCS, &kControlledSourceParams, 0, "Current controlled current source"},
     {"S_S", TypeId::Switch, &CreateElement<CElemS>, 2, nullptr, nullptr, nullptr, kModelsSS, &kTimeSwitchParams, 0, "Switch"},
     {"S_LCS", TypeId::LogicControlledSwitch, &CreateElement<CElemCS>, 3, nullptr, nullptr, nullptr, kModelsSLcs, &kControlledSwitchParams, 0, "Logic controlled switch"},
     {"S_VCS", TypeId::VoltageControlledSwitch, &CreateElement<CElemCS>, 4, nullptr, nullptr, nullptr, kModelsSVcs, &kControlledSwitchParams, 0, "Voltage controlled switch"},
@@ -60,16 +62,16 @@ const CCmpType kTypes[] = {
     {"S_VCS3", TypeId::VoltageControlledSpdt, &CreateElement<CElemCS>, 5, nullptr, nullptr, nullptr, kModelsSVcs3, &kControlledSwitchParams, 0, "SPDT voltage controlled switch"},
     {"S_CCS3", TypeId::CurrentControlledSpdt, &CreateElement<CElemCS>, 5, nullptr, nullptr, nullptr, kModelsSCcs3, &kControlledSwitchParams, 0, "SPDT current controlled switch"},
     {"A_A", TypeId::Amperemeter, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Amperemeter"},
-    {"O_O", TypeId::Amplifier, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Amplifier"},
-    {"O_OD", TypeId::DifferentialAmplifier, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Differential amplifier"},
-    {"O_REF", TypeId::ReferencedAmplifier, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Differential amplifier with reference"},
-    {"O_FD", TypeId::FullyDifferentialAmplifier, &CreateElement<CElemPending>, 5, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Fully differential amplifier"},
-    {"O_VC", TypeId::TransconductanceAmplifier, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Differential amplifier with current output"},
-    {"O_CV", TypeId::CurrentAmplifier, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Current amplifier"},
-    {"O_CC", TypeId::CurrentAmplifierCurrentOut, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Current amplifier with current output"},
-    {"O_OS", TypeId::SummingAmplifier, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Summing amplifier"},
-    {"O_VCG", TypeId::VoltageControlledAmplifier, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled amplifier"},
-    {"O_CCG", TypeId::CurrentControlledAmplifier, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled amplifier"},
+    {"O_O", TypeId::Amplifier, &CreateElement<CElemO>, 2, nullptr, nullptr, nullptr, kModelsOO, &kAmplifierParams, 0, "Amplifier"},
+    {"O_OD", TypeId::DifferentialAmplifier, &CreateElement<CElemO>, 3, nullptr, nullptr, nullptr, kModelsOOD, &kAmplifierParams, 0, "Differential amplifier"},
+    {"O_REF", TypeId::ReferencedAmplifier, &CreateElement<CElemO>, 4, nullptr, nullptr, nullptr, kModelsOOD, &kAmplifierParams, 0, "Differential amplifier with reference"},
+    {"O_FD", TypeId::FullyDifferentialAmplifier, &CreateElement<CElemO>, 5, nullptr, nullptr, nullptr, kModelsOOD, &kAmplifierParams, 0, "Fully differential amplifier"},
+    {"O_VC", TypeId::TransconductanceAmplifier, &CreateElement<CElemO>, 3, nullptr, nullptr, nullptr, kModelsOVC, &kAmplifierParams, 0, "Differential amplifier with current output"},
+    {"O_CV", TypeId::CurrentAmplifier, &CreateElement<CElemO>, 3, nullptr, nullptr, nullptr, kModelsOCV, &kAmplifierParams, 0, "Current amplifier"},
+    {"O_CC", TypeId::CurrentAmplifierCurrentOut, &CreateElement<CElemO>, 3, nullptr, nullptr, nullptr, kModelsOCC, &kAmplifierParams, 0, "Current amplifier with current output"},
+    {"O_OS", TypeId::SummingAmplifier, &CreateElement<CElemO>, 3, nullptr, nullptr, nullptr, kModelsOOS, &kAmplifierParams, 0, "Summing amplifier"},
+    {"O_VCG", TypeId::VoltageControlledAmplifier, &CreateElement<CElemO>, 4, nullptr, nullptr, nullptr, kModelsOVCG, &kAmplifierParams, 0, "Voltage controlled amplifier"},
+    {"O_CCG", TypeId::CurrentControlledAmplifier, &CreateElement<CElemO>, 4, nullptr, nullptr, nullptr, kModelsOCCG, &kAmplifierParams, 0, "Current controlled amplifier"},
     {"T_TNPN", TypeId::Npn, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "NPN transistor"},
     {"T_TPNP", TypeId::Pnp, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "PNP transistor"},
     {"T_NFET", TypeId::NFet, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "N-FET"},

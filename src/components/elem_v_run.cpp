@@ -6,6 +6,8 @@
 #include "components/elem_v.h"
 #include "components/signal_link.h"
 #include "components/element_state.h"
+#include "components/one_shot.h"
+#include "components/source_stamps.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
 #include "components/solver_port.h"
@@ -82,28 +84,11 @@ bool CElemV::Stamp(CSolverPort* calc) {
 }
 
 bool CElemV::StampInput(CSolverPort* calc) {
-    const int a = nodes[0], b = nodes[1], k = firstBranch;
-    calc->MarkInputRow(k);
-    if (!IsVoltage()) {
-        calc->StampCurrentRev(a, b, k, 0.0);
-        calc->AddLink(3, 0, k, k, 0.0);
-        return true;
-    }
-    if (!calc->StampVoltage(a, b, k, 0.0)) return calc->CmpError(this, nullptr);
-    calc->AddLink(3, a, b, k, 0.0);
-    return true;
+    return StampSourceInput(calc, this, IsVoltage(), nodes[0], nodes[1], firstBranch);
 }
 
 bool CElemV::StampConstant(CSolverPort* calc, double v) {
-    const int a = nodes[0], b = nodes[1], k = firstBranch;
-    if (!IsVoltage()) {
-        calc->StampCurrentRev(a, b, k, v);
-        calc->AddLink(2, 0, k, 0, v);
-        return true;
-    }
-    if (!calc->StampVoltage(a, b, k, v)) return calc->CmpError(this, nullptr);
-    calc->AddLink(2, a, b, 0, v);
-    return true;
+    return StampSourceConstant(calc, this, IsVoltage(), nodes[0], nodes[1], firstBranch, v);
 }
 
 bool CElemV::Sources(CSolverPort* calc, double t) {
@@ -139,15 +124,7 @@ bool CElemV::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
 void CElemV::CheckControl(CSolverPort* calc, bool commit, bool* changedOut) {
     const double c = Control(calc);
     if (model == ModelId::OneShot) {
-        if (state2 == 0 && c > 0.0) {
-            *changedOut = true;
-            if (!commit) return;
-            state2 = 1;
-            state = 1;
-            tEnd = signal.m_Width.m_Value + calc->Time();
-        } else if (state2 == 1 && c < 0.0 && commit) {
-            state2 = 0;
-        }
+        CheckOneShot(this, c, signal.m_Width.m_Value, calc->Time(), commit, changedOut, tEnd);
         return;
     }
     if (!IsTimeModel()) return;
@@ -172,15 +149,7 @@ void CElemV::NextEvent(CSolverPort* calc, double t, double* tNext, double* stepM
     switch (model) {
         case ModelId::Single: case ModelId::Pulse: case ModelId::Step: case ModelId::Sin: case ModelId::File: case ModelId::List: case ModelId::Clock:
         case ModelId::Sweep: signal.NextEvent(t, calc->StepBase(), tNext, stepMax, stepMin); return;
-        case ModelId::OneShot:
-            if (state != 1) return;
-            if (RealCompare(tEnd, t) != 0 && tEnd > t) {
-                *tNext = tEnd;
-                *stepMax = signal.m_Width.m_Value * 0.25;
-            } else {
-                state = 0;
-            }
-            return;
+        case ModelId::OneShot: OneShotEvent(this, t, signal.m_Width.m_Value, tEnd, tNext, stepMax); return;
         default: return;
     }
 }

@@ -20,6 +20,7 @@ bool Lists(const uint8_t* order, int index) {
 
 // Some model of the component's type shows the row.
 bool TypeShows(const CCmp* cmp, int index) {
+    if (!cmp->typeInfo) return false;
     for (const CModelInfo* row = cmp->typeInfo->models; row && row->name; ++row)
         if (Lists(row->params, index)) return true;
     return false;
@@ -136,8 +137,12 @@ void BindParamRows(CCmp* cmp, std::vector<CParam>& bound) {
 void InitParamRows(CCmp* cmp) {
     const CParamTable* table = TableOf(cmp);
     if (!table) return;
-    for (int i = 0; i < table->count; ++i)
-        if (!table->rows[i].embedded) InitRow(table->rows[i], table->rows[i].member(cmp));
+    // Rows of one member may differ in their default from type to type (an
+    // amplifier's gain); the rows the type shows are set last, so theirs wins.
+    for (int pass = 0; pass < 2; ++pass)
+        for (int i = 0; i < table->count; ++i)
+            if (!table->rows[i].embedded && (pass == 0 || TypeShows(cmp, i)))
+                InitRow(table->rows[i], table->rows[i].member(cmp));
 }
 
 void XmlParamRows(CCmp* cmp, CXmlNode* node) {
@@ -162,12 +167,12 @@ bool CheckParamRows(CCmp* cmp, CSolverPort* calc) {
         const CParamRow& row = table->rows[i];
         if (row.kind != kParamFormula || !row.checked || !PresentModelShows(cmp, i)) continue;
         const CFormula& f = *static_cast<const CFormula*>(row.member(cmp));
-        check.Param(f, row.CheckName());
+        check.Param(f, row.FormulaName());
         for (int t = 0; t < row.testCount; ++t)
             check.Fault(ParamTestFails(row.tests[t], f.m_Value), ParamTestLine(row.tests[t], row.CheckName()));
         if (!row.rule) continue;
         const char* fault = row.rule(cmp, f.m_Value);
-        check.Fault(fault != nullptr, std::string(row.CheckName()) + (fault ? fault : ""));
+        check.Fault(fault != nullptr, std::string(row.RuleSubject()) + (fault ? fault : ""));
     }
     return check.Ok();
 }

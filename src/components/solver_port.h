@@ -85,6 +85,9 @@ public:
     virtual void AddC(int i, int j, double value) = 0;
     virtual void SetC(int i, int j, double value) = 0;
     virtual void SetB(int i, double value) = 0;
+    // Row i of G and C is emptied, and its B, for an element that forces
+    // the row in the second pass (an output that replaces a node's sum).
+    virtual void ClearRow(int i) = 0;
     // b follows a exactly (closed switch, source), so that both come out of
     // a solve with the same double.
     virtual void AddLink(int kind, int a, int b, int source, double value) = 0;

@@ -67,6 +67,11 @@ struct CParamRow {
     bool blank = false;
     // Runs after the tests.
     ParamRule rule = nullptr;
+    // The name in front of the rule's text, where it is another parameter
+    // ("Vhi" of "Vhi < Vlo", a rule of the lower limit); null: the row's.
+    const char* ruleSubject = nullptr;
+    // The name of the formula error line, where it differs from the others.
+    const char* formulaName = nullptr;
     // The name in the check lines, where it differs from `name`.
     const char* checkName = nullptr;
     // The member belongs to an embedded object (a signal generator) that
@@ -77,6 +82,8 @@ struct CParamRow {
     const char* child = nullptr;
 
     const char* CheckName() const { return checkName ? checkName : name; }
+    const char* FormulaName() const { return formulaName ? formulaName : CheckName(); }
+    const char* RuleSubject() const { return ruleSubject ? ruleSubject : CheckName(); }
 };
 
 constexpr CParamRow WithTests(CParamRow row, std::initializer_list<ParamTest> tests) {
@@ -155,6 +162,19 @@ constexpr CParamRow Checked(CParamRow row, std::initializer_list<ParamTest> test
 // The same row with a test that also looks at the owner.
 constexpr CParamRow WithRule(CParamRow row, ParamRule rule) {
     row.rule = rule;
+    return row;
+}
+
+// The same row with a rule whose line names another parameter first.
+constexpr CParamRow WithRule(CParamRow row, ParamRule rule, const char* subject) {
+    row.rule = rule;
+    row.ruleSubject = subject;
+    return row;
+}
+
+// The same row, its formula error under another name.
+constexpr CParamRow FormulaErrorAs(CParamRow row, const char* formulaName) {
+    row.formulaName = formulaName;
     return row;
 }
 

@@ -129,6 +129,7 @@ public:
     void AddC(int i, int j, double value) override { MatrixC[i][j] += value; }
     void SetC(int i, int j, double value) override { MatrixC[i][j] = value; }
     void SetB(int i, double value) override { VecB[i] = value; }
+    void ClearRow(int i) override;
     bool SetOutput(int node, int k, bool fixed, double value) override;
     void SetSource(int i, double value) override;
     void SetLogicOutput(int i, int level) override;

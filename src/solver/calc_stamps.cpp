@@ -225,6 +225,12 @@ bool CCalc::SetOutput(int node, int k, bool fixed, double value) {
     return true;
 }
 
+void CCalc::ClearRow(int i) {
+    if (i <= 0 || i >= m_Size) return;
+    for (int j = 0; j < m_Size; ++j) MatrixG[i][j] = MatrixC[i][j] = 0.0;
+    VecB[i] = 0.0;
+}
+
 void CCalc::SetSource(int i, double value) {
     if (i < m_Size)
         VecE[i] = -value;
