@@ -167,6 +167,16 @@ public:
     bool StepTrapFast();
     void TrapFastProduct();
 
+    // ---- AC analysis (calc_ac.cpp)
+    bool SolveAcOperatingPoint();
+    bool LinearizeComponents();
+    // One frequency point: the excitation of amplitude 1 on `row`; the
+    // solution in VecE (real) and VecEIm (imaginary).
+    bool SolveAC(double f, int row);
+    void SolveComplex(double* re, double* im);
+    void ScaleComplexPivotRow(int c);
+    void BackSubstituteComplex(double* re, double* im);
+
     // ---- the transient state machine (calc_step.cpp)
     enum {
         StateIdle = 0, StateIC = 1, StateReIC = 2, StateFirst = 3, StateEuler = 4,
