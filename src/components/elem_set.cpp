@@ -11,6 +11,7 @@
 #include "components/elem_o.h"
 #include "components/elem_pending.h"
 #include "components/elem_vcvs.h"
+#include "components/elem_z.h"
 #include "components/elem_r.h"
 #include "components/elem_s.h"
 #include "components/elem_v.h"
@@ -122,7 +123,7 @@ const CCmpType kTypes[] = {
     {"X_QZ3", TypeId::CircuitBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "QZ3 circuit"},
     {"X_C", TypeId::CodeBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "C-code"},
     {"X_DLL", TypeId::DllBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "DLL"},
-    {"Z_Z", TypeId::Impedance, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Impedance"},
+    {"Z_Z", TypeId::Impedance, &CreateElement<CElemZ>, 2, nullptr, nullptr, nullptr, kModelsZ, &kImpedanceParams, 0, "Impedance"},
 };
 
 const CCmpType kLabelType = {"label", TypeId::Label, &CreateElement<CElemPending>, 1, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Label"};

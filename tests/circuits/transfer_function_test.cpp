@@ -103,3 +103,36 @@ TEST(TransferFunction, BadCoefficientsAndRootsGiveTheirMessages) {
     EXPECT_NE(QZ3_Start(c.ncir), 0);
     EXPECT_EQ(std::string(QZ3_GetError()), "QZ3_Start: H1 : b0 = infinite\n");
 }
+
+// An impedance 1/(s C) as coefficients and as a formula behind 1 kOhm: in
+// AC both are the RC low-pass; in a transient run the coefficient form
+// charges as a capacitor (1 - exp(-t/RC) after the step at 1 ms) and the
+// formula form is a short.
+TEST(Impedance, CapacitanceAsCoefficientsAndAsFormula) {
+    Circuit c(TestCircuit("z_impedance.qz3"));
+    ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+    for (const char* name : {"Vpoly", "Vformula"}) {
+        const int trace = QZ3_GetACTrace(c.ncir, name);
+        ASSERT_EQ(QZ3_GetACDataSize(c.ncir, trace), 5);
+        for (int k = 0; k < 5; ++k) {
+            double f = 0, magnitude = 0, phase = 0;
+            ASSERT_EQ(QZ3_GetACDataAt(c.ncir, trace, k, &f, &magnitude, &phase), 0);
+            const std::complex<double> h = 1.0 / std::complex<double>(1.0, 2 * f * kPi * 1e-3);
+            EXPECT_NEAR(magnitude / std::abs(h), 1.0, 1e-9) << name << " " << f;
+            EXPECT_NEAR(phase, std::arg(h) * 180 / kPi, 1e-7) << name << " " << f;
+        }
+    }
+    const int poly = QZ3_AddVTrace(c.ncir, "ZC"), formula = QZ3_AddVTrace(c.ncir, "ZF");
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 6e-3), 0) << QZ3_GetError();
+    const int count = QZ3_GetDataSize(c.ncir, poly);
+    ASSERT_GT(count, 100);
+    for (int i = 0; i < count; ++i) {
+        double t = 0, v = 0;
+        ASSERT_EQ(QZ3_GetDataAt(c.ncir, poly, i, &t, &v), 0);
+        EXPECT_NEAR(v, t <= 1e-3 ? 0.0 : 1 - std::exp(-(t - 1e-3) / 1e-3), 1e-4) << t;
+    }
+    double v = 1;
+    ASSERT_EQ(QZ3_GetData(c.ncir, formula, 3e-3, &v), 0);
+    EXPECT_EQ(v, 0.0);
+}
