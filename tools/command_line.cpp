@@ -42,6 +42,34 @@ bool ExactlyOneFile(const CParsedArgs& parsed, std::string& file, std::string& e
     return true;
 }
 
+// The options "run" and "ac" share: parameters to set, traces to read, files to write.
+bool ReadOutputOptions(const CParsedArgs& parsed, std::vector<std::pair<std::string, std::string>>& sets,
+                       std::vector<std::string>& traces, std::string& csvPath, std::string& svgPath,
+                       std::string& error) {
+    for (const std::string& assignment : parsed.Values("--set")) {
+        size_t equals = assignment.find('=');
+        if (equals == std::string::npos || equals == 0) {
+            error = "--set: expected NAME=VALUE, not '" + assignment + "'";
+            return false;
+        }
+        sets.emplace_back(assignment.substr(0, equals), assignment.substr(equals + 1));
+    }
+    for (const std::string& trace : parsed.Values("--trace")) {
+        if (trace.empty()) {
+            error = "--trace: empty trace name";
+            return false;
+        }
+        traces.push_back(trace);
+    }
+    if (const std::string* csv = parsed.Value("--csv")) csvPath = *csv;
+    if (const std::string* svg = parsed.Value("--svg")) svgPath = *svg;
+    if ((parsed.Has("--csv") && csvPath.empty()) || (parsed.Has("--svg") && svgPath.empty())) {
+        error = "empty output file name";
+        return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 bool CParsedArgs::Has(const std::string& name) const { return Value(name) != nullptr; }
@@ -122,28 +150,41 @@ bool ParseRunOptions(const std::vector<std::string>& args, CRunOptions& out, std
         if (!ReadPositive("--step", *step, out.step, error)) return false;
         out.hasStep = true;
     }
-    for (const std::string& assignment : parsed.Values("--set")) {
-        size_t equals = assignment.find('=');
-        if (equals == std::string::npos || equals == 0) {
-            error = "--set: expected NAME=VALUE, not '" + assignment + "'";
+    return ReadOutputOptions(parsed, out.sets, out.traces, out.csvPath, out.svgPath, error);
+}
+
+bool ParseAcOptions(const std::vector<std::string>& args, CAcOptions& out, std::string& error) {
+    static const std::vector<COptionSpec> kSpecs = {
+        {"--from", true, false}, {"--to", true, false},  {"--points", true, false}, {"--lin", false, false},
+        {"--set", true, true},   {"--trace", true, true}, {"--csv", true, false},   {"--svg", true, false},
+        {"--help", false, false}, {"-h", false, false},
+    };
+    CParsedArgs parsed;
+    if (!ParseArguments(args, kSpecs, parsed, error)) return false;
+    out = CAcOptions();
+    out.help = parsed.Has("--help") || parsed.Has("-h");
+    if (out.help) return true;
+    if (!ExactlyOneFile(parsed, out.file, error)) return false;
+    if (const std::string* from = parsed.Value("--from")) {
+        if (!ReadPositive("--from", *from, out.from, error)) return false;
+        out.hasFrom = true;
+    }
+    if (const std::string* to = parsed.Value("--to")) {
+        if (!ReadPositive("--to", *to, out.to, error)) return false;
+        out.hasTo = true;
+    }
+    if (const std::string* points = parsed.Value("--points")) {
+        double count = 0;
+        if (!ReadPositive("--points", *points, count, error)) return false;
+        if (count != static_cast<int>(count) || count > 1e7) {
+            error = "--points: a whole number up to 10000000, not " + *points;
             return false;
         }
-        out.sets.emplace_back(assignment.substr(0, equals), assignment.substr(equals + 1));
+        out.points = static_cast<int>(count);
+        out.hasPoints = true;
     }
-    for (const std::string& trace : parsed.Values("--trace")) {
-        if (trace.empty()) {
-            error = "--trace: empty trace name";
-            return false;
-        }
-        out.traces.push_back(trace);
-    }
-    if (const std::string* csv = parsed.Value("--csv")) out.csvPath = *csv;
-    if (const std::string* svg = parsed.Value("--svg")) out.svgPath = *svg;
-    if ((parsed.Has("--csv") && out.csvPath.empty()) || (parsed.Has("--svg") && out.svgPath.empty())) {
-        error = "empty output file name";
-        return false;
-    }
-    return true;
+    out.linear = parsed.Has("--lin");
+    return ReadOutputOptions(parsed, out.sets, out.traces, out.csvPath, out.svgPath, error);
 }
 
 bool ParseInfoOptions(const std::vector<std::string>& args, CInfoOptions& out, std::string& error) {

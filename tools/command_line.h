@@ -49,12 +49,28 @@ struct CRunOptions {
     bool help = false;
 };
 
+struct CAcOptions {
+    std::string file;
+    bool hasFrom = false, hasTo = false, hasPoints = false;
+    double from = 0, to = 0;
+    int points = 0;
+    bool linear = false;  // --lin: a linear sweep instead of a logarithmic one
+    std::vector<std::pair<std::string, std::string>> sets;
+    std::vector<std::string> traces;
+    std::string csvPath;
+    std::string svgPath;
+    bool help = false;
+
+    bool OverridesSweep() const { return hasFrom || hasTo || hasPoints || linear; }
+};
+
 struct CInfoOptions {
     std::string file;
     bool help = false;
 };
 
 bool ParseRunOptions(const std::vector<std::string>& args, CRunOptions& out, std::string& error);
+bool ParseAcOptions(const std::vector<std::string>& args, CAcOptions& out, std::string& error);
 bool ParseInfoOptions(const std::vector<std::string>& args, CInfoOptions& out, std::string& error);
 
 }  // namespace qz3::cli

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "ac_command.h"
 #include "command_context.h"
 #include "command_line.h"
 #include "info_command.h"
@@ -23,6 +24,7 @@ struct CSubcommand {
 
 const CSubcommand kSubcommands[] = {
     {"run", qz3::cli::RunCommand, "transient run; summary table, CSV or SVG"},
+    {"ac", qz3::cli::AcCommand, "AC analysis; summary, CSV or Bode plot (SVG)"},
     {"info", qz3::cli::InfoCommand, "components, traces and settings of a file"},
 };
 

@@ -42,25 +42,30 @@ CTraceSummary Summarize(const CWaveform& wave) {
     return row;
 }
 
+void PrintTextTable(std::ostream& out, const std::vector<std::string>& headers,
+                    const std::vector<std::vector<std::string>>& cells) {
+    const size_t columns = headers.size();
+    std::vector<size_t> widths(columns);
+    for (size_t c = 0; c < columns; ++c) {
+        widths[c] = headers[c].size();
+        for (const auto& line : cells) widths[c] = std::max(widths[c], line[c].size());
+    }
+    // Names left-aligned, numbers right-aligned so their units line up.
+    for (size_t c = 0; c < columns; ++c) out << (c ? "  " : "") << Padded(headers[c], widths[c], c > 0);
+    out << '\n';
+    for (const auto& line : cells) {
+        for (size_t c = 0; c < columns; ++c) out << (c ? "  " : "") << Padded(line[c], widths[c], c > 0);
+        out << '\n';
+    }
+}
+
 void PrintSummaryTable(std::ostream& out, const std::vector<CTraceSummary>& rows) {
-    static const char* const kHeaders[] = {"trace", "points", "min", "max", "mean", "final"};
     std::vector<std::vector<std::string>> cells;
     for (const CTraceSummary& row : rows)
         cells.push_back({row.name, std::to_string(row.points), FormatWithUnit(row.min, row.unit, 5),
                          FormatWithUnit(row.max, row.unit, 5), FormatWithUnit(row.mean, row.unit, 5),
                          FormatWithUnit(row.final, row.unit, 5)});
-    size_t widths[6];
-    for (size_t c = 0; c < 6; ++c) {
-        widths[c] = std::string(kHeaders[c]).size();
-        for (const auto& line : cells) widths[c] = std::max(widths[c], line[c].size());
-    }
-    // Names left-aligned, numbers right-aligned so their units line up.
-    for (size_t c = 0; c < 6; ++c) out << (c ? "  " : "") << Padded(kHeaders[c], widths[c], c > 0);
-    out << '\n';
-    for (const auto& line : cells) {
-        for (size_t c = 0; c < 6; ++c) out << (c ? "  " : "") << Padded(line[c], widths[c], c > 0);
-        out << '\n';
-    }
+    PrintTextTable(out, {"trace", "points", "min", "max", "mean", "final"}, cells);
 }
 
 }  // namespace qz3::cli

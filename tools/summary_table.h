@@ -22,5 +22,9 @@ struct CTraceSummary {
 // a single point, or points all at one time, give their plain average.
 CTraceSummary Summarize(const CWaveform& wave);
 void PrintSummaryTable(std::ostream& out, const std::vector<CTraceSummary>& rows);
+// A table with a header line: the first column left-aligned, the others
+// right-aligned; every line of `cells` has one cell per header.
+void PrintTextTable(std::ostream& out, const std::vector<std::string>& headers,
+                    const std::vector<std::vector<std::string>>& cells);
 
 }  // namespace qz3::cli

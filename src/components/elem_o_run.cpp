@@ -40,6 +40,9 @@ bool CElemO::Simulate(CSolverPort* calc, int phase, double t) {
         case PhaseSources:
             if (model == ModelId::Function) calc->SetSource(firstBranch, v);
             return true;
+        case PhaseLinearize:
+            gain = 0.0;
+            return model != ModelId::Function || m_Formula.Slope(calc, this, f, t, Input(calc), gain);
         case PhasePins: SetPinGroups(); return true;
         default: return true;
     }

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "components/cmp.h"
+#include "components/elem_ac.h"
 #include "components/elem_cs.h"
 #include "components/elem_d.h"
 #include "components/elem_c.h"
@@ -10,6 +11,7 @@
 #include "components/elem_o.h"
 #include "components/elem_pending.h"
 #include "components/elem_vcvs.h"
+#include "components/elem_z.h"
 #include "components/elem_r.h"
 #include "components/elem_s.h"
 #include "components/elem_v.h"
@@ -84,8 +86,8 @@ const CCmpType kTypes[] = {
     {"F_CUSTOM", TypeId::CustomFunction, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Custom function"},
     {"F_INT", TypeId::Integral, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Integral"},
     {"F_INTR", TypeId::IntegralWithReset, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Integral with reset"},
-    {"F_S", TypeId::SFunction, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "s-function"},
-    {"F_Z", TypeId::ZFunction, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "z-function"},
+    {"F_S", TypeId::SFunction, &CreateElement<CElemAC>, 2, nullptr, nullptr, nullptr, kModelsFS, &kTransferFunctionParams, 0, "s-function"},
+    {"F_Z", TypeId::ZFunction, &CreateElement<CElemAC>, 2, nullptr, nullptr, nullptr, kModelsFZ, &kTransferFunctionParams, 0, "z-function"},
     {"W_W", TypeId::Winding, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Winding"},
     {"W_T2", TypeId::Transformer, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Transformer"},
     {"W_T3", TypeId::DifferentialTransformer, &CreateElement<CElemPending>, 5, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Differential transformer"},
@@ -121,7 +123,7 @@ const CCmpType kTypes[] = {
     {"X_QZ3", TypeId::CircuitBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "QZ3 circuit"},
     {"X_C", TypeId::CodeBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "C-code"},
     {"X_DLL", TypeId::DllBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "DLL"},
-    {"Z_Z", TypeId::Impedance, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Impedance"},
+    {"Z_Z", TypeId::Impedance, &CreateElement<CElemZ>, 2, nullptr, nullptr, nullptr, kModelsZ, &kImpedanceParams, 0, "Impedance"},
 };
 
 const CCmpType kLabelType = {"label", TypeId::Label, &CreateElement<CElemPending>, 1, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Label"};

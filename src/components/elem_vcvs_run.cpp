@@ -29,6 +29,9 @@ bool CElemVCVS::Simulate(CSolverPort* calc, int phaseNumber, double t) {
         case PhaseSample:
             if (model == ModelId::OneShot) state2 = Control(calc) - threshold.m_Value > 0.0 ? 1 : 0;
             return true;
+        case PhaseLinearize:
+            gain = 0.0;
+            return model != ModelId::Function || m_Formula.Slope(calc, this, f, t, Control(calc), gain);
         case PhasePins: SetPinGroups(); return true;
         default: return true;
     }

@@ -97,6 +97,13 @@ void* MemberAt(void* owner) {
     return param_detail::Follow<Member, Inner...>(static_cast<Owner*>(static_cast<CCmp*>(owner)));
 }
 
+// One element of an array member: ElementAt<&CElemAC::b, 2> is b[2].
+template <auto Member, size_t Index>
+void* ElementAt(void* owner) {
+    using Owner = typename param_detail::MemberOf<decltype(Member)>::Owner;
+    return &(static_cast<Owner*>(static_cast<CCmp*>(owner))->*Member)[Index];
+}
+
 // The rows of the component's present model bound to its members, ended by
 // a row of kind 0; empty when the model has no rows.
 void BindParamRows(CCmp* cmp, std::vector<CParam>& bound);

@@ -34,4 +34,18 @@ bool CRunFormula::Evaluate(CSolverPort* calc, const CCmp* cmp, const std::string
     return true;
 }
 
+bool CRunFormula::Slope(CSolverPort* calc, const CCmp* cmp, const std::string& text, double t, double input,
+                        double& slope) {
+    if (text.empty()) {
+        slope = 1.0;
+        return true;
+    }
+    double f[4];
+    const double offsets[4] = {-0.02, -0.01, 0.01, 0.02};
+    for (int i = 0; i < 4; ++i)
+        if (!Evaluate(calc, cmp, text, t, input + offsets[i], f[i])) return false;
+    slope = ((f[2] - f[1]) * 8.0 + (f[0] - f[3])) / 12.0 / 0.01;
+    return true;
+}
+
 }  // namespace qz3

@@ -26,6 +26,11 @@ public:
     bool Evaluate(CSolverPort* calc, const CCmp* cmp, const std::string& text, double t, double input,
                   double& out);
 
+    // The small-signal gain d(text)/d(input) at `input`, from four points
+    // 0.01 and 0.02 to either side (absolute steps); an empty text is a
+    // gain of 1.
+    bool Slope(CSolverPort* calc, const CCmp* cmp, const std::string& text, double t, double input, double& slope);
+
 private:
     CVarList m_Vars;
     CValue* m_Time = nullptr;

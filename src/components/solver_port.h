@@ -51,6 +51,11 @@ public:
     // Sums below this relative size snap to zero.
     double Zero() const { return m_Zero; }
     double LogicThreshold() const { return m_LogicThr; }
+    // The operating point that an AC analysis searches first: a transient
+    // form of the equations, for elements that are AC-only otherwise.
+    bool InAcOperatingPoint() const { return m_AcInDcop; }
+    // The formula that gives z from s, for z-domain blocks in AC.
+    virtual std::string ZTransformText() const = 0;
     CDoc* Doc() const { return m_Doc; }
 
     // ---- the solution
@@ -126,6 +131,7 @@ protected:
     bool m_FirstOnly = false;
     double m_Zero = 1e-12;
     double m_LogicThr = 2.5;
+    bool m_AcInDcop = false;
     double* VecX = nullptr;
     unsigned char* NodeBad = nullptr;
 };

@@ -24,6 +24,7 @@
 namespace qz3 {
 
 class CCalc;
+class CCmp;
 class CCmps;
 class CParam;
 class CXmlNode;
@@ -60,6 +61,9 @@ public:
     bool Start();
     bool Simulate(double interval, int mode);
     const std::string& RunError() const;
+    // An AC analysis with the file's frequency settings (doc_ac.cpp); false
+    // with the text, prefixed "AC error:\n", in `error`.
+    bool CalcAC(std::string& error);
     // PhaseStore on the running components, so that a change of a value or
     // of the step lets the run go on from the present state.
     void KeepRunState();
@@ -90,6 +94,7 @@ public:
     CTrace* NewTrace(int type, const std::string& text);
 
 private:
+    void RunAcPoints(CCmp* source, double& f);
     void ReadTraceSets(CXmlNode& doc);
     bool RunFailed();
     bool ReadDoc(CXmlNode& doc);

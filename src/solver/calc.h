@@ -139,6 +139,7 @@ public:
     bool AddWithSnap(double* a, double d) const override { return AddRound(a, d); }
     bool RowHasEntries(int i) const override { return FlagG[i][0] != 0; }
     void RequestJump() override { m_JumpRequest = true; }
+    std::string ZTransformText() const override;
 
     // ---- links (calc_links.cpp)
     void AddLink(int kind, int a, int b, int source, double value);
@@ -166,6 +167,16 @@ public:
     void EliminateTrap();
     bool StepTrapFast();
     void TrapFastProduct();
+
+    // ---- AC analysis (calc_ac.cpp)
+    bool SolveAcOperatingPoint();
+    bool LinearizeComponents();
+    // One frequency point: the excitation of amplitude 1 on `row`; the
+    // solution in VecE (real) and VecEIm (imaginary).
+    bool SolveAC(double f, int row);
+    void SolveComplex(double* re, double* im);
+    void ScaleComplexPivotRow(int c);
+    void BackSubstituteComplex(double* re, double* im);
 
     // ---- the transient state machine (calc_step.cpp)
     enum {
@@ -247,7 +258,7 @@ public:
     double m_AcFrom = 0.0, m_AcTo = 0.0;
     int32_t m_AcPoints = 0, m_AcScale = 0, m_AcSource = 0, m_AcAlg = 0;
     bool m_AcDcop = false;
-    bool m_AcInDcop = false;
+    using CSolverPort::m_AcInDcop;
     // Copies of the AC settings "faf", "fhl", "fmr", "fsh", "fpop", the names
     // the file and the host know them by; they are kept for a host that
     // edits them and change nothing in this engine's analysis.

@@ -189,6 +189,8 @@ std::string CCalc::TraceName(const CTrace* trace) const { return RunTraceName(tr
 // Six significant digits, as the number text of the expression language prints them.
 std::string CCalc::TimeText(double t) const { return NumberToText(t, 6); }
 
+std::string CCalc::ZTransformText() const { return Advanced().m_ZParam; }
+
 const CAdvancedSettings& CCalc::Advanced() const {
     static const CAdvancedSettings defaults;
     return m_AdvancedSettings ? *m_AdvancedSettings : defaults;

@@ -1,0 +1,149 @@
+// AC analysis through the C interface: an RC low-pass and a series RLC
+// band-pass against their transfer functions, a formula amplifier at its
+// small-signal gain, every settings message with its prefix, and a
+// transient run that goes on after an AC run.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <cstdio>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "circuit_run.h"
+#include "qz3.h"
+
+namespace {
+
+using qz3test::Circuit;
+using qz3test::TestCircuit;
+
+constexpr double kPi = 3.14159265358979323846;
+
+struct AcPoint {
+    double f = 0, magnitude = 0, phase = 0;
+};
+
+AcPoint PointAt(int ncir, int trace, int index) {
+    AcPoint p;
+    EXPECT_EQ(QZ3_GetACDataAt(ncir, trace, index, &p.f, &p.magnitude, &p.phase), 0) << QZ3_GetError();
+    return p;
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream in(path);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+// A copy of a test circuit with one text replaced, in the test's temporary folder.
+std::string Variant(const char* file, const std::string& from, const std::string& to, const char* name) {
+    std::string text = ReadFile(TestCircuit(file));
+    const size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    if (at != std::string::npos) text.replace(at, from.size(), to);
+    const std::string path = ::testing::TempDir() + name;
+    std::ofstream(path) << text;
+    return path;
+}
+
+}  // namespace
+
+// 1 kOhm and 1 uF over 301 logarithmic points from 1 Hz to 1 MHz: each
+// point's frequency, |H| = 1/sqrt(1+(wRC)^2) and the phase -atan(wRC).
+TEST(AcAnalysis, RcLowPassFollowsItsTransferFunctionAtEveryPoint) {
+    Circuit c(TestCircuit("ac_rc.qz3"));
+    ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+    EXPECT_STREQ(QZ3_GetError(), "OK");
+    const int trace = QZ3_GetACTrace(c.ncir, "V(C1)");
+    ASSERT_EQ(QZ3_GetACDataSize(c.ncir, trace), 301);
+    for (int k = 0; k < 301; ++k) {
+        const AcPoint p = PointAt(c.ncir, trace, k);
+        const double f = std::pow(10.0, k / 50.0);
+        EXPECT_NEAR(p.f / f, 1.0, 1e-12) << k;
+        const double wrc = 2 * kPi * p.f * 1e-3;
+        EXPECT_NEAR(p.magnitude * std::sqrt(1 + wrc * wrc), 1.0, 1e-9) << p.f;
+        EXPECT_NEAR(p.phase, -std::atan(wrc) * 180 / kPi, 1e-9) << p.f;
+    }
+    // The source's model is given back, and the data of a second run
+    // replaces that of the first.
+    char model[32];
+    ASSERT_GE(QZ3_GetText(c.ncir, "V1.V", model, sizeof model), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+    EXPECT_EQ(QZ3_GetACDataSize(c.ncir, trace), 301);
+    double f = 1, m = 1, ph = 1;
+    EXPECT_EQ(QZ3_GetACDataAt(c.ncir, trace, -1, &f, &m, &ph), -1);
+    EXPECT_EQ(f + m + ph, 0.0);
+}
+
+// A series RLC read across R peaks at f0 = 1/(2 pi sqrt(LC)) with |H| = 1
+// and falls to 1/sqrt(2) at f0 (sqrt(1 + 1/4Q^2) -+ 1/2Q); a formula
+// amplifier 3s + sin(s) behind it has gain 3 + cos(0) = 4 at the
+// operating point s = 0.
+TEST(AcAnalysis, RlcBandPassPeaksAtResonanceWithItsQ) {
+    const double L = 10e-3, C = 100e-9, R = 100;
+    const double f0 = 1 / (2 * kPi * std::sqrt(L * C)), q = std::sqrt(L / C) / R;
+    const double half = std::sqrt(1 + 1 / (4 * q * q));
+    const double lo = f0 * (half - 1 / (2 * q)), hi = f0 * (half + 1 / (2 * q));
+    char list[128];
+    std::snprintf(list, sizeof list, "%.17g%%2c%.17g%%2c%.17g", lo, f0, hi);
+    Circuit c(Variant("ac_rlc.qz3", "FREQS", list, "ac_rlc_list.qz3"));
+    ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+    const int band = QZ3_GetACTrace(c.ncir, "V(R1)");
+    const int amplified = QZ3_GetACTrace(c.ncir, "V(R4)");
+    ASSERT_EQ(QZ3_GetACDataSize(c.ncir, band), 3);
+    EXPECT_NEAR(PointAt(c.ncir, band, 1).magnitude, 1.0, 1e-9);
+    EXPECT_NEAR(PointAt(c.ncir, band, 1).phase, 0.0, 1e-6);
+    EXPECT_NEAR(PointAt(c.ncir, band, 0).magnitude, 1 / std::sqrt(2.0), 1e-9);
+    EXPECT_NEAR(PointAt(c.ncir, band, 0).phase, 45.0, 1e-6);
+    EXPECT_NEAR(PointAt(c.ncir, band, 2).magnitude, 1 / std::sqrt(2.0), 1e-9);
+    EXPECT_NEAR(PointAt(c.ncir, band, 2).phase, -45.0, 1e-6);
+    for (int k = 0; k < 3; ++k)
+        EXPECT_NEAR(PointAt(c.ncir, amplified, k).magnitude / PointAt(c.ncir, band, k).magnitude, 4.0, 1e-6) << k;
+}
+
+// Each settings fault gives its text after "AC error:\n"; a list item that
+// doesn't parse names the last frequency reached. The handle stays usable.
+TEST(AcAnalysis, SettingsFaultsGiveTheirTexts) {
+    const std::string settings = "type=\"0\" from=\"1\" to=\"1e6\" points=\"301\" scale=\"0\" id=\"1\"";
+    struct Case {
+        const char* settings;
+        const char* error;
+    };
+    const Case cases[] = {
+        {"alg=\"1\"", "QZ3_CalcAC: AC error:\nWrong AC Method"},
+        {"type=\"1\" list=\"\"", "QZ3_CalcAC: AC error:\nFrequency list is empty"},
+        {"from=\"10\" to=\"1\"", "QZ3_CalcAC: AC error:\nTo < From"},
+        {"from=\"0\" to=\"10\"", "QZ3_CalcAC: AC error:\nFrom <= 0"},
+        {"type=\"1\" list=\"1%2c2%2cx\" id=\"1\"", "QZ3_CalcAC: AC error:\nf = 2\nSyntax error: 'x' is invalid character"},
+    };
+    for (const Case& k : cases) {
+        Circuit c(Variant("ac_rc.qz3", settings, k.settings, "ac_rc_fault.qz3"));
+        EXPECT_EQ(QZ3_CalcAC(c.ncir), -1);
+        EXPECT_EQ(std::string(QZ3_GetError()), k.error);
+        EXPECT_EQ(QZ3_AddVTrace(c.ncir, "R1") >= 0, true) << QZ3_GetError();
+    }
+    Circuit c(Variant("ac_rc.qz3", "name=\"I(R1)\" type=\"I\"", "name=\"Z(R1)\" type=\"Z\"", "ac_rc_z.qz3"));
+    ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+    Circuit none(Variant("ac_rc.qz3", "id=\"1\" />", "id=\"0\" />", "ac_rc_none.qz3"));
+    EXPECT_EQ(QZ3_CalcAC(none.ncir), 0) << QZ3_GetError();
+    const int trace = QZ3_GetACTrace(none.ncir, "V(C1)");
+    EXPECT_EQ(PointAt(none.ncir, trace, 0).magnitude, 0.0);
+}
+
+// An AC run in the middle of a transient one: the transient rebuilds and
+// goes on from where it was (a 1 V step into the RC: 1 - exp(-t/RC)).
+TEST(AcAnalysis, TransientGoesOnAfterAnAcRun) {
+    Circuit c(Variant("ac_rc.qz3", "model=\"V\" v=\"0\"", "model=\"V\" v=\"1\"", "ac_rc_step.qz3"));
+    const int vc = QZ3_AddVTrace(c.ncir, "C1");
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 1e-3), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 1e-3), 0) << QZ3_GetError();
+    double t = 0, v = 0;
+    ASSERT_EQ(QZ3_GetLastData(c.ncir, vc, &t, &v), 0);
+    EXPECT_NEAR(t, 2e-3, 1e-5);
+    EXPECT_NEAR(v, 1 - std::exp(-t / 1e-3), 1e-4);
+}
