@@ -124,6 +124,8 @@ bool CDoc::CalcAC(std::string& error) {
 // records each frequency; `f` is the last frequency tried.
 void CDoc::RunAcPoints(CCmp* source, double& f) {
     CCalc& calc = *m_Calc;
+    // An unconnected first pin, as the file has it, before the run numbers the nodes.
+    const bool sourceDisabled = source && source->pinCount > 0 && source->nodes[0] < 0;
     calc.m_Cmps.Clear();
     calc.m_MaxNode = 0;
     if (!calc.PrepareCmps()) return calc.CodeError(ErrorMark::PrepareComponents);
@@ -132,7 +134,7 @@ void CDoc::RunAcPoints(CCmp* source, double& f) {
     if (const std::string error = m_Freq->Prepare(calc); !error.empty()) return calc.SetError(error);
     if (m_Freq->NeedsExcitation()) {
         if (!source) return calc.SetError("No AC source");
-        if (source->pinCount > 0 && source->nodes[0] < 0) return calc.SetError("AC source is disabled");
+        if (sourceDisabled) return calc.SetError("AC source is disabled");
     }
     int row = kNoSource;
     if (source) {

@@ -38,15 +38,19 @@ std::string ReadFile(const std::string& path) {
     return text.str();
 }
 
-// A copy of a test circuit with one text replaced, in the test's temporary folder.
-std::string Variant(const char* file, const std::string& from, const std::string& to, const char* name) {
-    std::string text = ReadFile(TestCircuit(file));
+// A copy of a circuit file with one text replaced, in the test's temporary folder.
+std::string VariantOf(const std::string& path, const std::string& from, const std::string& to, const char* name) {
+    std::string text = ReadFile(path);
     const size_t at = text.find(from);
     EXPECT_NE(at, std::string::npos) << from;
     if (at != std::string::npos) text.replace(at, from.size(), to);
-    const std::string path = ::testing::TempDir() + name;
-    std::ofstream(path) << text;
-    return path;
+    const std::string out = ::testing::TempDir() + name;
+    std::ofstream(out) << text;
+    return out;
+}
+
+std::string Variant(const char* file, const std::string& from, const std::string& to, const char* name) {
+    return VariantOf(TestCircuit(file), from, to, name);
 }
 
 }  // namespace
@@ -146,4 +150,25 @@ TEST(AcAnalysis, TransientGoesOnAfterAnAcRun) {
     ASSERT_EQ(QZ3_GetLastData(c.ncir, vc, &t, &v), 0);
     EXPECT_NEAR(t, 2e-3, 1e-5);
     EXPECT_NEAR(v, 1 - std::exp(-t / 1e-3), 1e-4);
+}
+
+// A diode biased on by 5 V: with dcop the AC sees it at its operating point
+// (on: a short for the signal), without dcop in the state its start leaves
+// (off: the whole signal across it). A trace of impedance needs an
+// excitation: a source whose first pin is unconnected is refused.
+TEST(AcAnalysis, OperatingPointFixesTheStatesAndADisabledSourceIsRefused) {
+    {
+        Circuit c(Variant("ac_diode.qz3", "DCOP", "true", "ac_diode_dcop.qz3"));
+        ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+        EXPECT_EQ(PointAt(c.ncir, QZ3_GetACTrace(c.ncir, "V(D1)"), 0).magnitude, 0.0);
+    }
+    {
+        Circuit c(Variant("ac_diode.qz3", "DCOP", "false", "ac_diode_start.qz3"));
+        ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+        EXPECT_NEAR(PointAt(c.ncir, QZ3_GetACTrace(c.ncir, "V(D1)"), 0).magnitude, 1.0, 1e-12);
+    }
+    const std::string open = Variant("ac_diode.qz3", "name=\"V1\" node0=\"3\"", "name=\"V1\" node0=\"-1\"", "ac_open.qz3");
+    Circuit c(VariantOf(open, "type=\"V\" />", "type=\"Z\" />", "ac_open_z.qz3"));
+    EXPECT_EQ(QZ3_CalcAC(c.ncir), -1);
+    EXPECT_EQ(std::string(QZ3_GetError()), "QZ3_CalcAC: AC error:\nAC source is disabled");
 }
