@@ -1,3 +1,4 @@
+#include <atomic>
 #include "document/doc.h"
 
 #include <new>
@@ -13,7 +14,7 @@ namespace qz3 {
 namespace {
 
 // The title number rises for the whole process, also across closed documents.
-int g_TitleCounter = 0;
+std::atomic<int> g_TitleCounter{0};
 
 constexpr char kSeparator = '/';
 

@@ -97,6 +97,7 @@ private:
     void RunAcPoints(CCmp* source, double& f);
     void ReadTraceSets(CXmlNode& doc);
     bool RunFailed();
+    bool TimeOutReached(int32_t began) const;
     bool ReadDoc(CXmlNode& doc);
     void ReadTran(CXmlNode& tran);
     void ReadFreq(CXmlNode& freq);

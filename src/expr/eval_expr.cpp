@@ -70,7 +70,7 @@ int CastCode(std::string_view name) {
 
 // Only evaluations started from inside an evaluation (computed trace names)
 // nest; this counts them so that no text can recurse without end.
-int g_EvalDepth = 0;
+thread_local int g_EvalDepth = 0;
 
 struct CDepthGuard {
     CDepthGuard() { ++g_EvalDepth; }
