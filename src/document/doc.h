@@ -118,5 +118,7 @@ bool FileExists(const std::string& path);
 // Fills the "Trace" generators' slot with the document's own lookup; the
 // first document does it.
 void LinkTracesToSignals();
+// Cursor measurements ("Vout.mean") for formulas; once, from the first document.
+void LinkMeasurementsToFormulas();
 
 }  // namespace qz3
