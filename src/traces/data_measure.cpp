@@ -138,7 +138,7 @@ void Crossings(const CData& run, int start, double t2, double mean, CMeasurement
     if (out.value[kMeasurePeriod] > 0.0) out.value[kMeasureFreq] = 1.0 / out.value[kMeasurePeriod];
 }
 
-void MeasureTransient(const CData& run, double t1, double t2, CMeasurement& out) {
+void MeasureTransient(const CData& run, double t1, double t2, CMeasurement& out, bool crossings) {
     const bool digital = run.m_Link && run.m_Link->mode != kTraceAnalog;
     double& left = out.value[kMeasureLeft];
     double& right = out.value[kMeasureRight];
@@ -200,7 +200,7 @@ void MeasureTransient(const CData& run, double t1, double t2, CMeasurement& out)
         const double ac = ms - mean * mean;
         out.value[kMeasureAcRms] = ac > 0.0 ? std::sqrt(ac) : 0.0;
     }
-    Crossings(run, start, tEnd, mean, out);
+    if (crossings) Crossings(run, start, tEnd, mean, out);
 }
 
 void MeasureAC(const CData& run, double f1, double f2, CMeasurement& out) {
@@ -246,12 +246,30 @@ int MeasureWordIndex(std::string_view word) {
     return -1;
 }
 
-void MeasureRun(const CData& run, double t1, double t2, CMeasurement& out) {
+void MeasureRun(const CData& run, double t1, double t2, CMeasurement& out, bool crossings) {
+    static_assert(sizeof(CData::CMeasureMemo::value) == sizeof(out.value), "one entry per word");
+    CData::CMeasureMemo& memo = run.m_Measured;
+    double lastTime = 0.0, lastValue = 0.0;
+    if (run.Count() > 0) run.GetPoint(run.Count() - 1, lastTime, lastValue, false);
+    if (memo.count == run.Count() && memo.t1 == t1 && memo.t2 == t2 && memo.lastTime == lastTime &&
+        (memo.crossings || !crossings)) {
+        std::copy(std::begin(memo.value), std::end(memo.value), out.value);
+        std::copy(std::begin(memo.phase), std::end(memo.phase), out.phase);
+        return;
+    }
     std::fill(std::begin(out.value), std::end(out.value), kNaN);
     std::fill(std::begin(out.phase), std::end(out.phase), kNaN);
-    if (run.Count() == 0) return;
-    if (run.m_Width == 3) MeasureAC(run, t1, t2, out);
-    else MeasureTransient(run, t1, t2, out);
+    if (run.Count() > 0) {
+        if (run.m_Width == 3) MeasureAC(run, t1, t2, out);
+        else MeasureTransient(run, t1, t2, out, crossings);
+    }
+    memo.crossings = crossings;
+    memo.t1 = t1;
+    memo.t2 = t2;
+    memo.count = run.Count();
+    memo.lastTime = lastTime;
+    std::copy(std::begin(out.value), std::end(out.value), memo.value);
+    std::copy(std::begin(out.phase), std::end(out.phase), memo.phase);
 }
 
 bool MeasureText(const CData& run, std::string_view rest, double t1, double t2, double& value, bool& found) {
@@ -274,7 +292,7 @@ bool MeasureText(const CData& run, std::string_view rest, double t1, double t2, 
     const int word = MeasureWordIndex(rest);
     if (word < 0) return false;
     CMeasurement m;
-    MeasureRun(run, t1, t2, m);
+    MeasureRun(run, t1, t2, m, word == kMeasureFreq || word == kMeasurePeriod);
     value = Derived(phase ? m.phase : m.value, word);
     found = !std::isnan(value);
     return true;

@@ -27,7 +27,10 @@ struct CMeasurement {
 };
 
 // All entries between the cursors t1 and t2; NaN where there is no result.
-void MeasureRun(const CData& run, double t1, double t2, CMeasurement& out);
+// Frequency and period walk every point between the cursors (the crossings
+// of the mean); without `crossings` they are left out, and a measurement of
+// the others over a long run costs only the partial blocks at its ends.
+void MeasureRun(const CData& run, double t1, double t2, CMeasurement& out, bool crossings = true);
 
 // A measurement text behind the trace name ("mean", "phase.max", "(1.5)")
 // on a run between the cursors. False when the word isn't known; `found`
