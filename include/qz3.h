@@ -5,8 +5,13 @@
  * failure. After each call QZ3_GetError() holds "OK" or a line that begins
  * with the failing function's name, a colon and a blank.
  * Handles of circuits, parameters, traces, inputs and outputs come from one
- * counter and are never reused within a process. The library is not
- * thread-safe: call it from one thread at a time.
+ * counter and are never reused within a process.
+ *
+ * Threads: separate circuits may be used from separate threads at the same
+ * time. QZ3_GetError() reads what the calling thread's last call said. One
+ * circuit handle (and the parameter, trace, input and output handles it gave
+ * out) must not be used from two threads at once; closing a circuit while
+ * another thread uses it is the host's to avoid.
  */
 #ifndef QZ3_H
 #define QZ3_H

@@ -135,6 +135,7 @@ bool ParseRunOptions(const std::vector<std::string>& args, CRunOptions& out, std
     static const std::vector<COptionSpec> kSpecs = {
         {"--time", true, false}, {"--step", true, false}, {"--set", true, true}, {"--trace", true, true},
         {"--csv", true, false},  {"--svg", true, false},  {"--help", false, false}, {"-h", false, false},
+        {"--measure", true, true}, {"--from", true, false}, {"--to", true, false}, {"--json", false, false},
     };
     CParsedArgs parsed;
     if (!ParseArguments(args, kSpecs, parsed, error)) return false;
@@ -149,6 +150,19 @@ bool ParseRunOptions(const std::vector<std::string>& args, CRunOptions& out, std
     if (const std::string* step = parsed.Value("--step")) {
         if (!ReadPositive("--step", *step, out.step, error)) return false;
         out.hasStep = true;
+    }
+    out.measures = parsed.Values("--measure");
+    out.json = parsed.Has("--json");
+    if (const std::string* from = parsed.Value("--from")) {
+        if (!ParseEngineering(*from, out.from) || out.from < 0) {
+            error = "--from: not a time: '" + *from + "'";
+            return false;
+        }
+        out.hasFrom = true;
+    }
+    if (const std::string* to = parsed.Value("--to")) {
+        if (!ReadPositive("--to", *to, out.to, error)) return false;
+        out.hasTo = true;
     }
     return ReadOutputOptions(parsed, out.sets, out.traces, out.csvPath, out.svgPath, error);
 }

@@ -46,6 +46,10 @@ struct CRunOptions {
     std::vector<std::string> traces;
     std::string csvPath;
     std::string svgPath;
+    std::vector<std::string> measures;  // "TRACE.WORD", in order
+    bool hasFrom = false, hasTo = false;
+    double from = 0, to = 0;            // the cursors of the measurements
+    bool json = false;                  // one JSON object instead of tables
     bool help = false;
 };
 

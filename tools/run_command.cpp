@@ -1,5 +1,7 @@
 #include "run_command.h"
 
+#include <algorithm>
+#include <cstdio>
 #include <cmath>
 #include <limits>
 
@@ -10,6 +12,7 @@
 #include "progress_bar.h"
 #include "qz3.h"
 #include "summary_table.h"
+#include "wave_measure.h"
 
 namespace qz3::cli {
 
@@ -110,6 +113,50 @@ std::string QuantityOfUnit(const std::string& unit) {
     return "value";
 }
 
+// Numbers in JSON: NaN and infinities are null.
+std::string JsonNumber(double x) {
+    if (!std::isfinite(x)) return "null";
+    char text[32];
+    std::snprintf(text, sizeof text, "%.12g", x);
+    return text;
+}
+
+std::string JsonString(const std::string& s) {
+    std::string out = "\"";
+    for (char c : s) {
+        if (c == '"' || c == '\\') out += '\\';
+        if (static_cast<unsigned char>(c) < 0x20) {
+            char escaped[8];
+            std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+            out += escaped;
+            continue;
+        }
+        out += c;
+    }
+    return out + "\"";
+}
+
+struct CMeasured {
+    std::string text;
+    double value;
+};
+
+void PrintJson(std::ostream& out, const std::string& file, const std::vector<CTraceSummary>& rows,
+               const std::vector<CMeasured>& measured, double from, double to) {
+    out << "{\"file\": " << JsonString(file) << ", \"traces\": [";
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const CTraceSummary& r = rows[i];
+        out << (i ? ", " : "") << "{\"name\": " << JsonString(r.name) << ", \"unit\": " << JsonString(r.unit)
+            << ", \"points\": " << r.points << ", \"min\": " << JsonNumber(r.min) << ", \"max\": " << JsonNumber(r.max)
+            << ", \"mean\": " << JsonNumber(r.mean) << ", \"final\": " << JsonNumber(r.final) << "}";
+    }
+    out << "], \"measurements\": [";
+    for (size_t i = 0; i < measured.size(); ++i)
+        out << (i ? ", " : "") << "{\"name\": " << JsonString(measured[i].text) << ", \"from\": " << JsonNumber(from)
+            << ", \"to\": " << JsonNumber(to) << ", \"value\": " << JsonNumber(measured[i].value) << "}";
+    out << "]}\n";
+}
+
 std::string BaseName(const std::string& path) {
     size_t slash = path.find_last_of('/');
     return slash == std::string::npos ? path : path.substr(slash + 1);
@@ -126,7 +173,11 @@ std::string RunUsage() {
            "  --trace NAME      record this trace of the file (repeatable; default all)\n"
            "  --csv OUT.csv     write time and one column per trace\n"
            "  --svg OUT.svg     draw the traces\n"
-           "Without --csv or --svg a summary table is printed.\n"
+           "  --measure T.WORD  measure trace T between the cursors (repeatable): left, right,\n"
+           "                    delta, min, max, pp, mean, rms, acrms, freq, period, integral\n"
+           "  --from T, --to T  the cursors (default: the whole run)\n"
+           "  --json            print the summary and the measurements as one JSON object\n"
+           "A summary table is printed, and a line for each file written.\n"
            "Numbers take the multipliers T G M k m u n p f.\n";
 }
 
@@ -197,8 +248,15 @@ int RunCommand(const std::vector<std::string>& args, CCommandContext& context) {
         if (!circuit.Open(options.file)) return LibraryFailure(context, circuit.Error());
         return LibraryFailure(context, error);
     }
+    std::vector<CMeasureRequest> requests(options.measures.size());
+    std::vector<std::string> wanted = options.traces;
+    for (size_t i = 0; i < requests.size(); ++i) {
+        if (!ParseMeasure(options.measures[i], requests[i], error)) return UsageError(context, error);
+        if (!wanted.empty() && std::find(wanted.begin(), wanted.end(), requests[i].trace) == wanted.end())
+            wanted.push_back(requests[i].trace);
+    }
     std::vector<CTraceText> selected;
-    if (!SelectTraces(file, options.traces, selected, error)) return UsageError(context, error);
+    if (!SelectTraces(file, wanted, selected, error)) return UsageError(context, error);
     if (!circuit.Open(options.file) || !ApplyOptions(circuit, options)) return LibraryFailure(context, circuit.Error());
 
     std::vector<CRecordedTrace> traces;
@@ -222,16 +280,39 @@ int RunCommand(const std::vector<std::string>& args, CCommandContext& context) {
     for (size_t i = 0; i < traces.size(); ++i)
         if (!ReadWaveform(circuit, traces[i], waves[i])) return LibraryFailure(context, circuit.Error());
 
-    if (!options.csvPath.empty() &&
-        !WriteCsvFile(options.csvPath, SampleOnCommonTimes(circuit.Handle(), traces, waves), error))
-        return LibraryFailure(context, error);
-    if (!options.svgPath.empty() &&
-        !WriteSvgFile(options.svgPath, TransientFigure(waves, BaseName(options.file)), error))
-        return LibraryFailure(context, error);
-    if (options.csvPath.empty() && options.svgPath.empty()) {
-        std::vector<CTraceSummary> rows;
-        for (const CWaveform& wave : waves) rows.push_back(Summarize(wave));
+    std::vector<CMeasured> measured;
+    const double from = options.hasFrom ? options.from : 0.0;
+    const double to = options.hasTo ? options.to : std::numeric_limits<double>::infinity();
+    for (size_t i = 0; i < requests.size(); ++i) {
+        const auto wave = std::find_if(waves.begin(), waves.end(),
+                                       [&](const CWaveform& w) { return w.name == requests[i].trace; });
+        if (wave == waves.end()) return UsageError(context, "unknown trace '" + requests[i].trace + "'");
+        const double end = std::isinf(to) && !wave->x.empty() ? wave->x.back() : to;
+        measured.push_back({options.measures[i], MeasureWave(*wave, requests[i].word, from, end)});
+    }
+    std::vector<CTraceSummary> rows;
+    for (const CWaveform& wave : waves) rows.push_back(Summarize(wave));
+    if (options.json) {
+        PrintJson(context.out, options.file, rows, measured, from, to);
+    } else {
         PrintSummaryTable(context.out, rows);
+        for (size_t i = 0; i < measured.size(); ++i) {
+            const auto& wave = *std::find_if(waves.begin(), waves.end(),
+                                             [&](const CWaveform& w) { return w.name == requests[i].trace; });
+            const std::string word = requests[i].word;
+            const std::string unit = word == "freq" ? "Hz" : word == "period" ? "s" : word == "integral" ? wave.unit + "s" : wave.unit;
+            context.out << measured[i].text << " = " << FormatWithUnit(measured[i].value, unit, 6) << '\n';
+        }
+    }
+    if (!options.csvPath.empty()) {
+        if (!WriteCsvFile(options.csvPath, SampleOnCommonTimes(circuit.Handle(), traces, waves), error))
+            return LibraryFailure(context, error);
+        if (!options.json) context.out << "wrote " << options.csvPath << '\n';
+    }
+    if (!options.svgPath.empty()) {
+        if (!WriteSvgFile(options.svgPath, TransientFigure(waves, BaseName(options.file)), error))
+            return LibraryFailure(context, error);
+        if (!options.json) context.out << "wrote " << options.svgPath << '\n';
     }
     return kExitOk;
 }

@@ -5,7 +5,9 @@
 namespace qz3::api {
 
 namespace {
-char g_ErrorBuffer[kErrorBufferSize];
+// Each thread has its own: a call reports to the thread that made it, and
+// QZ3_GetError reads what the calling thread's last call said.
+thread_local char g_ErrorBuffer[kErrorBufferSize];
 }
 
 char* ErrorBuffer() { return g_ErrorBuffer; }

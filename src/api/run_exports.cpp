@@ -1,5 +1,6 @@
 // Simulation control: start and advance a transient run, set its time-out and
 // step, read its time, and keep its state as initial conditions.
+#include <cmath>
 #include <string>
 
 #include "base/change_bits.h"
@@ -29,6 +30,7 @@ int RunResult(CDoc* doc, bool ok) {
 // test and ends at once in the end test.
 int SimulateBy(int ncir, double interval, int mode) {
     if (0 > interval) return Fail("interval < 0");
+    if (std::isinf(interval)) return Fail("interval = infinite");
     CDoc* doc = qz3::api::FindCircuit(ncir);
     if (!doc) return -1;
     return RunResult(doc, doc->Simulate(interval, mode));

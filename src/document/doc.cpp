@@ -1,3 +1,4 @@
+#include <atomic>
 #include "document/doc.h"
 
 #include <new>
@@ -13,7 +14,7 @@ namespace qz3 {
 namespace {
 
 // The title number rises for the whole process, also across closed documents.
-int g_TitleCounter = 0;
+std::atomic<int> g_TitleCounter{0};
 
 constexpr char kSeparator = '/';
 
@@ -52,7 +53,7 @@ CDoc::CDoc()
       m_Tran(std::make_unique<CTraceSet>(this, true)),
       m_Freq(std::make_unique<CTraceSet>(this, false)),
       m_Calc(std::make_unique<CCalc>(this)) {
-    static const bool linked = (LinkTracesToSignals(), true);
+    static const bool linked = (LinkTracesToSignals(), LinkMeasurementsToFormulas(), true);
     (void)linked;
 }
 
@@ -111,13 +112,24 @@ bool CDoc::ReadDoc(CXmlNode& doc) {
 }
 
 // The trace set of the transient analysis reads Tran/Traces beside this.
+// The cursors of the measurements: "a" left, "b" right (the element stays
+// in the tree and is saved as it was).
+static void ReadCursors(CXmlNode& analysis, CTraceSet& set) {
+    CXmlNode* cursors = analysis.FindChild("Cursors", 0);
+    if (!cursors || !set.m_Traces) return;
+    set.m_Traces->m_Left = cursors->GetDbl("a", 0.0);
+    set.m_Traces->m_Right = cursors->GetDbl("b", 0.0);
+}
+
 void CDoc::ReadTran(CXmlNode& tran) {
     if (CXmlNode* settings = tran.FindChild("Settings", 0)) m_TranSettings.Xml(*settings);
+    ReadCursors(tran, *m_Tran);
 }
 
 // The trace set of the AC analysis reads Freq/Traces beside this.
 void CDoc::ReadFreq(CXmlNode& freq) {
     if (CXmlNode* settings = freq.FindChild("Settings", 0)) m_ACSettings.Xml(*settings);
+    ReadCursors(freq, *m_Freq);
 }
 
 void CDoc::ReadStates(CXmlNode& doc) {

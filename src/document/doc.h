@@ -97,6 +97,7 @@ private:
     void RunAcPoints(CCmp* source, double& f);
     void ReadTraceSets(CXmlNode& doc);
     bool RunFailed();
+    bool TimeOutReached(int32_t began) const;
     bool ReadDoc(CXmlNode& doc);
     void ReadTran(CXmlNode& tran);
     void ReadFreq(CXmlNode& freq);
@@ -117,5 +118,7 @@ bool FileExists(const std::string& path);
 // Fills the "Trace" generators' slot with the document's own lookup; the
 // first document does it.
 void LinkTracesToSignals();
+// Cursor measurements ("Vout.mean") for formulas; once, from the first document.
+void LinkMeasurementsToFormulas();
 
 }  // namespace qz3

@@ -18,6 +18,13 @@ namespace {
 // an operating point, a rebuild and a jump take a few, never this many.
 constexpr int kMaxStandingTurns = 100000;
 
+// One call may ask for at most this many steps of the run's step: beyond it
+// the host has asked for something that would not end in its lifetime.
+constexpr double kMaxStepsPerCall = 1e12;
+
+// The time-out is looked at every this many turns, not at every step.
+constexpr int kTurnsPerClockLook = 1024;
+
 // The end of an interval is reached when the time meets it or lies beyond it;
 // a NaN end counts as reached.
 bool EndReached(double t, double end) { return CCalc::TimesMeet(t, end) || !(end > t); }
@@ -41,6 +48,13 @@ bool ShortenToEnd(CCalc& calc, double end) {
 }  // namespace
 
 const std::string& CDoc::RunError() const { return m_Calc->m_Error; }
+
+// The host's time-out, in seconds, limits each simulate call as a whole; the
+// run stays open, so the next call goes on from where this one stopped.
+bool CDoc::TimeOutReached(int32_t began) const {
+    const int seconds = m_Advanced.m_Timeout;
+    return seconds > 0 && (CCalc::ClockMs() - began) / 1000 >= seconds;
+}
 
 bool CDoc::RunFailed() {
     m_Running = false;
@@ -73,12 +87,21 @@ bool CDoc::Simulate(double interval, int mode) {
     if (!m_Running && !Start()) return false;
     CCalc& calc = *m_Calc;
     if (mode == 1) return calc.StepOnce() || RunFailed();
+    if (interval / calc.m_StepBase > kMaxStepsPerCall) {
+        calc.SetError("interval of more than 1e12 steps");
+        return false;
+    }
     const double end = interval + calc.m_Time;
     double lastTime = calc.m_Time;
     int standing = 0;
-    while (!EndReached(calc.m_Time, end)) {
+    const int32_t began = CCalc::ClockMs();
+    for (int turn = 1; !EndReached(calc.m_Time, end); ++turn) {
         if (mode == 2 && calc.m_State >= CCalc::StateFirst && !ShortenToEnd(calc, end)) return true;
         if (!calc.StepOnce()) return RunFailed();
+        if (turn % kTurnsPerClockLook == 0 && TimeOutReached(began)) {
+            calc.SetError("Time-out at t = " + calc.TimeText(calc.m_Time));
+            return false;
+        }
         standing = calc.m_Time == lastTime ? standing + 1 : 0;
         lastTime = calc.m_Time;
         if (standing >= kMaxStandingTurns) {

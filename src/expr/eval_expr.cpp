@@ -70,7 +70,7 @@ int CastCode(std::string_view name) {
 
 // Only evaluations started from inside an evaluation (computed trace names)
 // nest; this counts them so that no text can recurse without end.
-int g_EvalDepth = 0;
+thread_local int g_EvalDepth = 0;
 
 struct CDepthGuard {
     CDepthGuard() { ++g_EvalDepth; }
@@ -451,6 +451,14 @@ bool CEvaluator::ResolveName(std::string_view name) {
             if (step != 0) return Fail("Operator '--' not allowed for component parameter");
             return true;
         }
+        double measured = 0.0;
+        const int measurement = links.Measurement ? links.Measurement(m_Cmps, name, measured) : -1;
+        if (measurement == 1) {
+            m_Operand.Value.SetDouble(measured);
+            return true;
+        }
+        // A soft failure, as a trace without data: a function trace waits.
+        if (measurement == 0) return Fail(("_No data for trace " + std::string(name)).c_str());
     }
     if (!ParseNumber(name, m_Operand.Value, true))
         return FailQuoted("Wrong variable name or number format: '", name, "'");

@@ -40,6 +40,10 @@ struct CEvalLinks {
     bool (*ComponentReading)(CDoc* doc, CCmp* cmp, int kind, CValue& out) = nullptr;
     // A trace by name at the current point; false if there is no such trace.
     bool (*TraceByName)(CTraces* traces, std::string_view name, bool complexTraces, CValue& out) = nullptr;
+    // A cursor measurement "trace.word" (or "left", "right", "delta") of the
+    // document of the list: 1 with the value, 0 when the measurement exists
+    // but has no number (yet), -1 when the name is no measurement.
+    int (*Measurement)(CCmps* cmps, std::string_view name, double& out) = nullptr;
     // "{index.run}" read at x; false means no data, with the trace's name in `name`.
     bool (*TraceReference)(CTraces* traces, int index, int run, double x, CValue& out, std::string& name) = nullptr;
 };

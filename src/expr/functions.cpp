@@ -11,7 +11,7 @@
 namespace qz3 {
 
 bool& RandomUsed() {
-    static bool used = false;
+    thread_local bool used = false;
     return used;
 }
 

@@ -12,7 +12,7 @@
 namespace qz3 {
 
 std::string& ExprError() {
-    static std::string message;
+    thread_local std::string message;
     return message;
 }
 

@@ -232,6 +232,9 @@ public:
     double FirstStepFactor() const;
     // 1e-12 * min(|a|, |b|) >= |a - b|: a time has reached an event time.
     static bool TimesMeet(double a, double b);
+    // A step shorter than this share of the time reached (or of the run's
+    // step) no longer moves the time on: a run that needs one can't end.
+    static constexpr double kTimeResolution = 1e-15;
     // The process clock in milliseconds.
     static int32_t ClockMs();
 
@@ -312,6 +315,9 @@ public:
     std::string m_Extra;
     bool m_AnyInfinite = false;
     CCmp* m_Trigger = nullptr;
+    // The element whose NextEvent asked for a step below the resolution of
+    // the time; the run can't end and is given up.
+    CCmp* m_TinyStepCmp = nullptr;
     int32_t m_IterLimit[4] = {10, 10, 10, 10};
     bool m_JumpRequest = false;
     TList<int32_t> m_Snapshots;

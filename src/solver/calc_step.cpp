@@ -5,6 +5,7 @@
 // the system is factorised once and every trapezoidal step is one product.
 // Before a step is accepted the elements are asked whether an event lies in
 // it; if so the step is undone and the event bracketed by halving.
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -49,6 +50,7 @@ bool CCalc::StepOnce() {
 
 bool CCalc::RunState() {
     const int state = m_State;
+    m_TinyStepCmp = nullptr;
     bool ok = false;
     switch (state) {
         case StateIC:
@@ -66,6 +68,10 @@ bool CCalc::RunState() {
             m_Error.clear();
             return true;
     }
+    if (ok && m_TinyStepCmp) {
+        CmpError(m_TinyStepCmp, "asks for a step below the resolution of the time");
+        return false;
+    }
     if (!ok) {
         if (const ErrorMark mark = StateMark(state); mark != ErrorMark::None) CodeError(mark);
         return false;
@@ -78,12 +84,14 @@ void CCalc::PlanStep() {
     m_NextBreak = std::numeric_limits<double>::quiet_NaN();
     m_StepNominal = m_StepBase;
     double first = 0.0;
+    const double resolution = kTimeResolution * std::max(std::fabs(m_Time), m_StepBase);
     for (CCmp* cmp : m_Cmps) {
         if (cmp->IsSubCircuit()) continue;
         double next = m_NextBreak, maxStep = m_StepNominal, firstStep = 0.0;
         cmp->NextEvent(this, m_Time, &next, &maxStep, &firstStep);
         if (!std::isnan(next) && (std::isnan(m_NextBreak) || m_NextBreak > next)) m_NextBreak = next;
         if (maxStep > 0.0 && maxStep < m_StepNominal) m_StepNominal = maxStep;
+        if (maxStep > 0.0 && maxStep < resolution && !m_TinyStepCmp) m_TinyStepCmp = cmp;
         if (firstStep > 0.0 && (first == 0.0 || first > firstStep)) first = firstStep;
     }
     if (Advanced().m_ConstantStep) {

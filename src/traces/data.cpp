@@ -1,3 +1,4 @@
+#include <atomic>
 #include "traces/data.h"
 #include "base/constants.h"
 
@@ -14,7 +15,7 @@ namespace qz3 {
 
 namespace {
 
-int64_t g_LiveChunks = 0;
+std::atomic<int64_t> g_LiveChunks{0};
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 

@@ -119,6 +119,19 @@ public:
     bool m_Flat = false;
     double* m_Last = nullptr;
 
+    // The results of the last cursor measurement (data_measure.h) and what
+    // they were taken over: the cursors and the points there were. Asked
+    // again over the same, they are given as they stand.
+    struct CMeasureMemo {
+        double t1 = 0.0, t2 = 0.0;
+        int32_t count = -1;
+        bool crossings = false;
+        double lastTime = 0.0;
+        double value[13] = {};
+        double phase[13] = {};
+    };
+    mutable CMeasureMemo m_Measured;
+
 private:
     struct AcSample {
         double f, value, phase;

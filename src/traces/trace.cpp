@@ -1,3 +1,4 @@
+#include <atomic>
 #include "traces/trace.h"
 
 #include "solver/run_document.h"
@@ -11,7 +12,7 @@ namespace qz3 {
 namespace {
 
 // Process-wide running number of traces, from 1.
-uint32_t g_TraceUid = 0;
+std::atomic<uint32_t> g_TraceUid{0};
 
 const char* const kTypeWords[] = {"V",    "I",    "P",     "S",    "Var",   "Function",
                                   "Z",    "Gamma", "VSWR", "Loop", "Scope", "Math"};

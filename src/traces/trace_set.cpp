@@ -14,7 +14,9 @@ namespace qz3 {
 CTraceSet::CTraceSet(CDoc* doc, bool tran)
     : m_Doc(doc), m_bTran(tran), m_Lock(std::make_unique<TCriticalSection>()),
       m_Traces(std::make_unique<CTraces>(this)) {
-    LinkTracesToFormulas();
+    // The evaluator's slots are process-wide: filled once, by the first set.
+    static const bool linked = (LinkTracesToFormulas(), true);
+    (void)linked;
 }
 
 CTraceSet::~CTraceSet() {

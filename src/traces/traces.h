@@ -56,6 +56,10 @@ public:
     // traces get their turn; false when one of them failed.
     bool SampleTran(CCalc& calc, double t, bool hold);
     bool SampleAC(CCalc& calc, double f, const double* re, const double* im);
+    // A cursor measurement by its formula text: "left", "right", "delta", or
+    // "trace.word" with the words of data_measure.h. False when the text
+    // names no measurement; `found` whether it has a number.
+    bool Measure(std::string_view name, double& value, bool& found) const;
     // The list index sampled at place p.
     int OrderAt(int p) const { return m_Order ? m_Order[p] : p; }
 

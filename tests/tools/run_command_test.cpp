@@ -169,7 +169,9 @@ TEST_F(RunCommandSimulation, CsvFollowsTheAnalyticCharge) {
     std::string csv = TempPath("rc.csv");
     testing::CCliResult result = RunCli({"run", kRc, "--trace", "C1", "--trace", "I(R1)", "--csv", csv});
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(result.out, "");  // with a file written there is no table
+    // The table is printed with a file written too, and where it went.
+    EXPECT_EQ(result.out.rfind("trace  points", 0), 0u) << result.out;
+    EXPECT_NE(result.out.find("wrote " + csv + "\n"), std::string::npos) << result.out;
     std::vector<std::string> header;
     std::vector<std::vector<double>> rows;
     ReadCsv(csv, header, rows);
@@ -224,6 +226,26 @@ TEST_F(RunCommandSimulation, SummaryAndSvg) {
     EXPECT_NE(text.find(">time (ms)<"), std::string::npos);
     EXPECT_NE(text.find(">I(R1)<"), std::string::npos);
     std::remove(svg.c_str());
+}
+
+// Measurements between cursors, as a line each or in one JSON object: the
+// RC charge's mean from 1 to 5 ms is 1 - tau/4ms (1 - e^-5 + e^-1).
+TEST_F(RunCommandSimulation, MeasurementsBetweenCursorsAndJson) {
+    testing::CCliResult result = RunCli({"run", kRc, "--trace", "C1", "--measure", "C1.mean", "--measure", "C1.left",
+                                         "--from", "1m", "--to", "5m"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    EXPECT_NE(result.out.find("C1.mean = "), std::string::npos) << result.out;
+    result = RunCli({"run", kRc, "--measure", "C1.mean", "--from", "1m", "--to", "5m", "--json"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const size_t at = result.out.find("\"value\": ");
+    ASSERT_NE(at, std::string::npos) << result.out;
+    const double mean = std::stod(result.out.substr(at + 9));
+    const double expected = 1 - (std::exp(-1.0) - std::exp(-5.0)) / 4.0;
+    EXPECT_NEAR(mean, expected, 1e-4);
+    EXPECT_EQ(result.out.front(), '{');
+    result = RunCli({"run", kRc, "--measure", "C1.average"});
+    EXPECT_EQ(result.exitCode, 2);
+    EXPECT_NE(result.err.find("unknown measurement 'average'"), std::string::npos) << result.err;
 }
 
 }  // namespace

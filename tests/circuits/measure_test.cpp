@@ -1,0 +1,104 @@
+// Cursor measurements read by formulas after a run, through the C
+// interface: a sine against its analytic mean, RMS, frequency and integral,
+// the buck converter's mean against the points it recorded, the slope of an
+// RC low-pass in AC, and the texts of what can't be measured.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include "circuit_run.h"
+#include "qz3.h"
+
+namespace {
+
+using qz3test::Circuit;
+using qz3test::TestCircuit;
+
+// The formula "=<measure>" into the variable X, and X's value back.
+double Measured(const Circuit& c, const std::string& measure) {
+    const std::string formula = "=" + measure;
+    EXPECT_EQ(QZ3_SetText(c.ncir, "X.Value", formula.c_str()), 0) << measure << ": " << QZ3_GetError();
+    double value = NAN;
+    EXPECT_EQ(QZ3_GetValue(c.ncir, "X.Value", &value), 0) << measure << ": " << QZ3_GetError();
+    return value;
+}
+
+}  // namespace
+
+// 0.5 + 2 sin(2 pi 1000 t) between the cursors at 1 ms and 3 ms.
+TEST(Measure, SineBetweenTheCursorsAgainstItsAnalyticValues) {
+    Circuit c(TestCircuit("measure_sine.qz3"));
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 3.2e-3), 0) << QZ3_GetError();
+    const double A = 2.0, B = 0.5;
+    const struct {
+        const char* word;
+        double value;
+    } rows[] = {
+        {"mean", B},
+        {"rms", std::sqrt(B * B + A * A / 2)},
+        {"acrms", A / std::sqrt(2.0)},
+        {"pp", 2 * A},
+        {"max", B + A},
+        {"min", B - A},
+        {"freq", 1000.0},
+        {"period", 1e-3},
+        {"integral", B * 2e-3},
+    };
+    for (const auto& row : rows)
+        EXPECT_NEAR(Measured(c, std::string("Vout.") + row.word) / row.value, 1.0, 1e-6) << row.word;
+    EXPECT_NEAR(Measured(c, "Vout.left"), B, 1e-9);
+    EXPECT_NEAR(Measured(c, "Vout.delta"), 0.0, 1e-9);
+    EXPECT_EQ(Measured(c, "left"), 1e-3);
+    EXPECT_EQ(Measured(c, "right"), 3e-3);
+    EXPECT_NEAR(Measured(c, "delta"), 2e-3, 1e-18);
+    EXPECT_NEAR(Measured(c, "VOUT.MEAN*2"), 2 * B, 1e-6);
+}
+
+// The mean between 9 and 10 ms is the time-weighted mean of the recorded
+// points; asked again, it gives the same from the blocks' kept sums.
+TEST(Measure, BuckMeanEqualsTheMeanOfItsRecordedPoints) {
+    Circuit c(TestCircuit("measure_buck.qz3"));
+    const int trace = QZ3_GetTrace(c.ncir, "Vout");
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 11e-3), 0) << QZ3_GetError();
+    qz3test::Series s;
+    const int count = QZ3_GetDataSize(c.ncir, trace);
+    for (int i = 0; i < count; ++i) {
+        double t = 0, v = 0;
+        ASSERT_EQ(QZ3_GetDataAt(c.ncir, trace, i, &t, &v), 0);
+        s.t.push_back(t);
+        s.y.push_back(v);
+    }
+    const double expected = qz3test::MeanOver(s, 9e-3, 10e-3);
+    const double first = Measured(c, "Vout.mean");
+    EXPECT_NEAR(first / expected, 1.0, 1e-12);
+    EXPECT_EQ(Measured(c, "Vout.mean"), first);
+}
+
+// Far above its corner an RC low-pass falls 20 dB per decade.
+TEST(Measure, AcSlopeOfAnRcLowPassIsMinusTwentyDbPerDecade) {
+    Circuit c(TestCircuit("measure_sine.qz3"));
+    ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+    EXPECT_NEAR(Measured(c, "Vac.slope"), -20.0, 0.01);
+    EXPECT_NEAR(Measured(c, "Vac.phase.right"), -89.99, 0.01);
+}
+
+// A word that isn't a measurement, a trace that doesn't exist and a trace
+// without a run fail the formula with the evaluator's text.
+TEST(Measure, UnknownWordsTracesAndEmptyRunsFail) {
+    Circuit c(TestCircuit("measure_sine.qz3"));
+    EXPECT_EQ(QZ3_SetText(c.ncir, "X.Value", "=Vout.mean"), -1);
+    EXPECT_EQ(std::string(QZ3_GetError()),
+              "QZ3_SetText: error in formula =Vout.mean : Wrong variable name or number format: 'Vout.mean'");
+    ASSERT_EQ(QZ3_SetText(c.ncir, "X.Value", "0"), 0);
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 1e-3), 0) << QZ3_GetError();
+    EXPECT_EQ(QZ3_SetText(c.ncir, "X.Value", "=Vout.average"), -1);
+    EXPECT_EQ(std::string(QZ3_GetError()),
+              "QZ3_SetText: error in formula =Vout.average : Wrong variable name or number format: 'Vout.average'");
+    EXPECT_EQ(QZ3_SetText(c.ncir, "X.Value", "=Vin.mean"), -1);
+    EXPECT_EQ(std::string(QZ3_GetError()),
+              "QZ3_SetText: error in formula =Vin.mean : Wrong variable name or number format: 'Vin.mean'");
+}
