@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -200,6 +201,8 @@ std::string AcUsage() {
            "  --trace NAME      report this AC trace of the file (repeatable; default all)\n"
            "  --csv OUT.csv     write frequency, then magnitude and phase per trace\n"
            "  --svg OUT.svg     draw a Bode plot (magnitude in dB, phase in degrees)\n"
+           "  --measure T.WORD  over the whole sweep (repeatable): left, right, delta, min, max,\n"
+           "                    pp (of the magnitude, or after \"phase.\" of the phase), slope (dB/decade)\n"
            "Without --csv or --svg a summary is printed: the first gain, the peak,\n"
            "the -3 dB corner and the phase margin where the gain falls through 1.\n";
 }
@@ -261,7 +264,21 @@ int AcCommand(const std::vector<std::string>& args, CCommandContext& context) {
         if (!WriteSvgFile(options.svgPath, BodeFigure(responses, BaseName(options.file), logX), error))
             return Failure(context, error);
     }
-    if (options.csvPath.empty() && options.svgPath.empty()) PrintResponseSummaries(context.out, responses);
+    PrintResponseSummaries(context.out, responses);
+    for (const std::string& text : options.measures) {
+        const size_t dot = text.find('.');
+        const std::string name = dot == std::string::npos ? text : text.substr(0, dot);
+        const std::string word = dot == std::string::npos ? "" : text.substr(dot + 1);
+        const auto response = std::find_if(responses.begin(), responses.end(),
+                                           [&](const CFrequencyResponse& r) { return r.name == name; });
+        double value = 0.0;
+        if (response == responses.end()) return UsageError(context, "unknown AC trace '" + name + "'");
+        if (!MeasureResponse(*response, word, value)) return UsageError(context, "unknown measurement '" + word + "'");
+        const std::string unit = word == "slope" ? "dB/dec" : word.rfind("phase.", 0) == 0 ? "deg" : response->unit;
+        context.out << text << " = " << FormatWithUnit(value, unit, 6) << '\n';
+    }
+    if (!options.csvPath.empty()) context.out << "wrote " << options.csvPath << '\n';
+    if (!options.svgPath.empty()) context.out << "wrote " << options.svgPath << '\n';
     return kExitOk;
 }
 

@@ -1,5 +1,6 @@
 #include "ac_summary.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace qz3::cli {
@@ -45,6 +46,30 @@ CResponseSummary SummarizeResponse(const CFrequencyResponse& response) {
         }
     }
     return summary;
+}
+
+bool MeasureResponse(const CFrequencyResponse& response, const std::string& word, double& value) {
+    value = std::nan("");
+    const bool phase = word.rfind("phase.", 0) == 0;
+    const std::string rest = phase ? word.substr(6) : word;
+    const std::vector<double>& y = phase ? response.phase : response.magnitude;
+    if (y.empty()) return rest == "left" || rest == "right" || rest == "delta" || rest == "min" || rest == "max" ||
+                          rest == "pp" || rest == "slope";
+    const double lo = *std::min_element(y.begin(), y.end()), hi = *std::max_element(y.begin(), y.end());
+    if (rest == "left") value = y.front();
+    else if (rest == "right") value = y.back();
+    else if (rest == "delta") value = y.back() - y.front();
+    else if (rest == "min") value = lo;
+    else if (rest == "max") value = hi;
+    else if (rest == "pp") value = hi - lo;
+    else if (rest == "slope" && !phase) {
+        const double a = y.front(), b = y.back(), f1 = response.f.front(), f2 = response.f.back();
+        if (a > 1e-30 && b > 1e-30 && f1 > 1e-30 && f2 > 1e-30 && f1 != f2)
+            value = 20.0 * std::log10(a / b) / std::log10(f1 / f2);
+    } else {
+        return false;
+    }
+    return true;
 }
 
 }  // namespace qz3::cli

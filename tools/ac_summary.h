@@ -27,6 +27,12 @@ struct CResponseSummary {
 
 CResponseSummary SummarizeResponse(const CFrequencyResponse& response);
 
+// A measurement over the whole response, the first and last frequency as
+// cursors: "left", "right", "delta", "min", "max", "pp" of the magnitude (or
+// of the phase after "phase."), and "slope" in dB per decade between them.
+// False for a word it doesn't know.
+bool MeasureResponse(const CFrequencyResponse& response, const std::string& word, double& value);
+
 // Where a falling series crosses `level` between points i-1 and i, on a
 // logarithmic frequency axis when both frequencies are positive.
 double CrossingFrequency(const CFrequencyResponse& response, size_t i, double level);

@@ -171,11 +171,12 @@ bool ParseAcOptions(const std::vector<std::string>& args, CAcOptions& out, std::
     static const std::vector<COptionSpec> kSpecs = {
         {"--from", true, false}, {"--to", true, false},  {"--points", true, false}, {"--lin", false, false},
         {"--set", true, true},   {"--trace", true, true}, {"--csv", true, false},   {"--svg", true, false},
-        {"--help", false, false}, {"-h", false, false},
+        {"--help", false, false}, {"-h", false, false},   {"--measure", true, true},
     };
     CParsedArgs parsed;
     if (!ParseArguments(args, kSpecs, parsed, error)) return false;
     out = CAcOptions();
+    out.measures = parsed.Values("--measure");
     out.help = parsed.Has("--help") || parsed.Has("-h");
     if (out.help) return true;
     if (!ExactlyOneFile(parsed, out.file, error)) return false;

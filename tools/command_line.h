@@ -63,6 +63,7 @@ struct CAcOptions {
     std::vector<std::string> traces;
     std::string csvPath;
     std::string svgPath;
+    std::vector<std::string> measures;  // "TRACE.WORD" or "TRACE.phase.WORD"
     bool help = false;
 
     bool OverridesSweep() const { return hasFrom || hasTo || hasPoints || linear; }

@@ -71,6 +71,14 @@ TEST(AcCommandCli, SummaryCsvAndBodePlot) {
     const std::string plot = ReadWholeFile(svg);
     EXPECT_NE(plot.find("dB"), std::string::npos);
     EXPECT_NE(plot.find("deg"), std::string::npos);
+    EXPECT_NE(result.out.find("wrote " + csv), std::string::npos) << result.out;
+    result = RunCli({"ac", kLowPass, "--from", "1e4", "--to", "1e5", "--measure", "Vout.slope"});
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const size_t at = result.out.find("Vout.slope = ");
+    ASSERT_NE(at, std::string::npos) << result.out;
+    EXPECT_NEAR(std::stod(result.out.substr(at + 13)), -20.0, 0.01);
+    result = RunCli({"ac", kLowPass, "--measure", "Vout.average"});
+    EXPECT_EQ(result.exitCode, 2);
     result = RunCli({"ac", kLowPass, "--points", "2.5"});
     EXPECT_EQ(result.exitCode, 2);
     result = RunCli({"ac", std::string(QZ3_SOURCE_DIR) + "/examples/buck_converter.qz3"});
