@@ -329,8 +329,11 @@ bool CEvaluator::ScanName() {
         if (IsAlnum(c) || c == '_' || c == ' ') {
             ++m_Pos;
         } else if (c == '.') {
-            if (m_Traces && !m_TraceFormula && At(m_Pos + 1) == '(' && m_Pos + 1 < Size())
-                return ComputedTraceName(start);
+            // "name.(expr)": a trace picked by a computed name, or a cursor
+            // measurement at a time ("Vout.(1.5m)") where a document's
+            // components are in reach.
+            const bool computed = (m_Traces && !m_TraceFormula) || (m_Cmps && EvalLinks().Measurement);
+            if (computed && At(m_Pos + 1) == '(' && m_Pos + 1 < Size()) return ComputedTraceName(start);
             ++m_Pos;
         } else {
             break;

@@ -54,6 +54,9 @@ TEST(Measure, SineBetweenTheCursorsAgainstItsAnalyticValues) {
     EXPECT_EQ(Measured(c, "right"), 3e-3);
     EXPECT_NEAR(Measured(c, "delta"), 2e-3, 1e-18);
     EXPECT_NEAR(Measured(c, "VOUT.MEAN*2"), 2 * B, 1e-6);
+    // A value at a time: a quarter period after 1 ms the sine is at its top.
+    EXPECT_NEAR(Measured(c, "Vout.(1.25e-3)"), B + A, 1e-6);
+    EXPECT_NEAR(Measured(c, "Vout.(1m + 0.25m)"), B + A, 1e-6);
 }
 
 // The mean between 9 and 10 ms is the time-weighted mean of the recorded
