@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     QZ3_SetTimeout(ncir, 1);
     const int trace = QZ3_AddVTrace(ncir, "R1");
     if (QZ3_Start(ncir) == 0)
-        for (int turn = 0; turn < 200 && QZ3_SimulateStep(ncir) == 0; ++turn) {
+        for (int turn = 0; turn < 100 && QZ3_SimulateStep(ncir) == 0; ++turn) {
         }
     double t = 0, v = 0;
     if (trace >= 0) QZ3_GetLastData(ncir, trace, &t, &v);
