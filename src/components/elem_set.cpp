@@ -3,7 +3,11 @@
 #include <new>
 
 #include "components/cmp.h"
+#include "components/elem_a.h"
 #include "components/elem_ac.h"
+#include "components/elem_dc.h"
+#include "components/elem_integral.h"
+#include "components/elem_sh.h"
 #include "components/elem_cs.h"
 #include "components/elem_d.h"
 #include "components/elem_c.h"
@@ -50,7 +54,7 @@ const CCmpType kTypes[] = {
     {"V_CV", TypeId::LogicVoltageSource, &CreateElement<CElemV>, 3, nullptr, nullptr, nullptr, kModelsVCV, &kVoltageSourceParams, 0, "Logic controlled voltage source"},
     {"V_VCVS", TypeId::Vcvs, &CreateElement<CElemVCVS>, 4, nullptr, nullptr, nullptr, kModelsVCVS, &kControlledSourceParams, 0, "Voltage controlled voltage source"},
     {"V_CCVS", TypeId::Ccvs, &CreateElement<CElemVCVS>, 4, nullptr, nullptr, nullptr, kModelsCCVS, &kControlledSourceParams, 0, "Current controlled voltage source"},
-    {"V_VM", TypeId::Voltmeter, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Voltmeter"},
+    {"V_VM", TypeId::Voltmeter, &CreateElement<CElemA>, 2, nullptr, nullptr, nullptr, kModelsVoltmeter, nullptr, 0, "Voltmeter"},
     {"I_I", TypeId::CurrentSource, &CreateElement<CElemV>, 2, nullptr, nullptr, nullptr, kModelsII, &kCurrentSourceParams, 0, "Current source"},
     {"I_CI", TypeId::LogicCurrentSource, &CreateElement<CElemV>, 3, nullptr, nullptr, nullptr, kModelsICI, &kCurrentSourceParams, 0, "Logic controlled current source"},
     {"I_VCCS", TypeId::Vccs, &CreateElement<CElemVCVS>, 4, nullptr, nullptr, nullptr, kModelsVCCS, &kControlledSourceParams, 0, "Voltage controlled current source"},
@@ -63,7 +67,7 @@ const CCmpType kTypes[] = {
     {"S_LCS3", TypeId::LogicControlledSpdt, &CreateElement<CElemCS>, 4, nullptr, nullptr, nullptr, kModelsSLcs3, &kControlledSwitchParams, 0, "SPDT logic controlled switch"},
     {"S_VCS3", TypeId::VoltageControlledSpdt, &CreateElement<CElemCS>, 5, nullptr, nullptr, nullptr, kModelsSVcs3, &kControlledSwitchParams, 0, "SPDT voltage controlled switch"},
     {"S_CCS3", TypeId::CurrentControlledSpdt, &CreateElement<CElemCS>, 5, nullptr, nullptr, nullptr, kModelsSCcs3, &kControlledSwitchParams, 0, "SPDT current controlled switch"},
-    {"A_A", TypeId::Amperemeter, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Amperemeter"},
+    {"A_A", TypeId::Amperemeter, &CreateElement<CElemA>, 2, nullptr, nullptr, nullptr, kModelsAmperemeter, nullptr, 0, "Amperemeter"},
     {"O_O", TypeId::Amplifier, &CreateElement<CElemO>, 2, nullptr, nullptr, nullptr, kModelsOO, &kAmplifierParams, 0, "Amplifier"},
     {"O_OD", TypeId::DifferentialAmplifier, &CreateElement<CElemO>, 3, nullptr, nullptr, nullptr, kModelsOOD, &kAmplifierParams, 0, "Differential amplifier"},
     {"O_REF", TypeId::ReferencedAmplifier, &CreateElement<CElemO>, 4, nullptr, nullptr, nullptr, kModelsOOD, &kAmplifierParams, 0, "Differential amplifier with reference"},
@@ -84,15 +88,15 @@ const CCmpType kTypes[] = {
     {"F_2", TypeId::Function2, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function-2"},
     {"F_2C", TypeId::Function2Clocked, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function-2 with clock"},
     {"F_CUSTOM", TypeId::CustomFunction, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Custom function"},
-    {"F_INT", TypeId::Integral, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Integral"},
-    {"F_INTR", TypeId::IntegralWithReset, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Integral with reset"},
+    {"F_INT", TypeId::Integral, &CreateElement<CElemIntegral>, 2, nullptr, nullptr, nullptr, kModelsIntegral, &kIntegralParams, 0, "Integral"},
+    {"F_INTR", TypeId::IntegralWithReset, &CreateElement<CElemIntegral>, 3, nullptr, nullptr, nullptr, kModelsIntegral, &kIntegralParams, 0, "Integral with reset"},
     {"F_S", TypeId::SFunction, &CreateElement<CElemAC>, 2, nullptr, nullptr, nullptr, kModelsFS, &kTransferFunctionParams, 0, "s-function"},
     {"F_Z", TypeId::ZFunction, &CreateElement<CElemAC>, 2, nullptr, nullptr, nullptr, kModelsFZ, &kTransferFunctionParams, 0, "z-function"},
     {"W_W", TypeId::Winding, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Winding"},
     {"W_T2", TypeId::Transformer, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Transformer"},
     {"W_T3", TypeId::DifferentialTransformer, &CreateElement<CElemPending>, 5, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Differential transformer"},
     {"W_CUSTOM", TypeId::CustomTransformer, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Custom transformer"},
-    {"W_WM", TypeId::Wattmeter, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Wattmeter"},
+    {"W_WM", TypeId::Wattmeter, &CreateElement<CElemA>, 3, nullptr, nullptr, nullptr, kModelsWattmeter, nullptr, 0, "Wattmeter"},
     {"Y_1", TypeId::Gate, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Gate"},
     {"Y_2_AND", TypeId::And2, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "AND gate"},
     {"Y_2_OR", TypeId::Or2, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "OR gate"},
@@ -112,8 +116,8 @@ const CCmpType kTypes[] = {
     {"Y_CCLG", TypeId::CurrentControlledGenerator, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled logic generator"},
     {"Y_BUS", TypeId::Bus, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Bus"},
     {"X_Line", TypeId::TransmissionLine, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Transmission line"},
-    {"X_SH", TypeId::SampleHold, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Sample/hold"},
-    {"X_DC", TypeId::DirectionalCoupler, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Directional coupler"},
+    {"X_SH", TypeId::SampleHold, &CreateElement<CElemSH>, 3, nullptr, nullptr, nullptr, kModelsSampleHold, &kSampleHoldParams, 0, "Sample/hold"},
+    {"X_DC", TypeId::DirectionalCoupler, &CreateElement<CElemDC>, 4, nullptr, nullptr, nullptr, kModelsCoupler, &kCouplerParams, 0, "Directional coupler"},
     {"X_B2", TypeId::Block2, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Block-2"},
     {"X_B3", TypeId::Block3, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Block-3"},
     {"X_B4", TypeId::Block4, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Block-4"},

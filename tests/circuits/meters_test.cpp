@@ -1,0 +1,58 @@
+// Meters, sample/hold, integrators and the coupler in one circuit, through
+// the C interface, and the co-simulation outputs that read the meters.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include "circuit_run.h"
+#include "qz3.h"
+
+namespace {
+
+using qz3test::Circuit;
+using qz3test::TestCircuit;
+
+double At(const Circuit& c, int trace, double t) {
+    double v = NAN;
+    EXPECT_EQ(QZ3_GetData(c.ncir, trace, t, &v), 0) << QZ3_GetError();
+    return v;
+}
+
+}  // namespace
+
+TEST(Meters, IntegralSampleHoldMetersAndCouplerReadTheirValues) {
+    Circuit c(TestCircuit("meters.qz3"));
+    const int integral = QZ3_AddVTrace(c.ncir, "VM"), held = QZ3_AddVTrace(c.ncir, "VSH");
+    const int current = QZ3_AddITrace(c.ncir, "AM"), power = QZ3_AddPTrace(c.ncir, "WM");
+    const int forward = QZ3_AddVTrace(c.ncir, "RF"), backward = QZ3_AddVTrace(c.ncir, "RB");
+    const int reset = QZ3_AddVTrace(c.ncir, "VR");
+    const int output = QZ3_GetOutput(c.ncir, "VM");
+    ASSERT_GE(output, 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    for (double t : {0.3e-3, 0.7e-3, 1.6e-3}) {
+        double now = 0;
+        QZ3_GetSimulationTime(c.ncir, &now);
+        ASSERT_EQ(QZ3_SimulateInterval(c.ncir, t - now), 0) << QZ3_GetError();
+        // 2 V into K = 1 from 1 V: 1 + 2t, read by the output and the trace.
+        double value = 0;
+        ASSERT_EQ(QZ3_GetOutputValue(c.ncir, output, &value), 0);
+        EXPECT_NEAR(value, 1 + 2 * t, 1e-9) << t;
+        EXPECT_NEAR(At(c, integral, t), 1 + 2 * t, 1e-9) << t;
+    }
+    // The IC until the first rising clock at 0.25 ms, then the ramp t*1000
+    // taken at that edge (within the first step after it), held to the next.
+    EXPECT_EQ(At(c, held, 0.2e-3), -1.0);
+    EXPECT_NEAR(At(c, held, 0.9e-3), 0.25, 1e-3);
+    EXPECT_NEAR(At(c, held, 1.6e-3), 1.25, 1e-3);
+    // 2 V across 1 kOhm; 2 V across 500 Ohm is 8 mW.
+    EXPECT_NEAR(std::fabs(At(c, current, 1e-3)), 2e-3, 1e-12);
+    EXPECT_NEAR(std::fabs(At(c, power, 1e-3)), 8e-3, 1e-12);
+    // A matched load: one port sees r V (r = 0.1 at 20 dB), the other nothing.
+    EXPECT_NEAR(std::fabs(At(c, forward, 1e-3)) + std::fabs(At(c, backward, 1e-3)), 0.2, 1e-12);
+    EXPECT_NEAR(std::fabs(At(c, forward, 1e-3)) * std::fabs(At(c, backward, 1e-3)), 0.0, 1e-15);
+    // The integrator with a reset: 0 while the clock is high (0.25 to 0.75 ms),
+    // then integrating 2 V/s from 0 again.
+    EXPECT_NEAR(At(c, reset, 0.5e-3), 0.0, 1e-12);
+    EXPECT_NEAR(At(c, reset, 1.0e-3), 2 * (1.0e-3 - 0.75e-3), 1e-6);
+}
