@@ -7,6 +7,7 @@
 #include "components/elem_ac.h"
 #include "components/elem_dc.h"
 #include "components/elem_integral.h"
+#include "components/elem_label.h"
 #include "components/elem_sh.h"
 #include "components/elem_cs.h"
 #include "components/elem_d.h"
@@ -130,7 +131,7 @@ const CCmpType kTypes[] = {
     {"Z_Z", TypeId::Impedance, &CreateElement<CElemZ>, 2, nullptr, nullptr, nullptr, kModelsZ, &kImpedanceParams, 0, "Impedance"},
 };
 
-const CCmpType kLabelType = {"label", TypeId::Label, &CreateElement<CElemPending>, 1, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Label"};
+const CCmpType kLabelType = {"label", TypeId::Label, &CreateElement<CElemLabel>, 1, nullptr, nullptr, nullptr, kModelsLabel, &kLabelParams, 0, "Label"};
 const CCmpType kVariableType = {"var", TypeId::Variable, &CreateElement<CVariable>, 0, nullptr, nullptr, nullptr, kModelsVariable, &kVariableParams, 0,
                                  "Variable"};
 

@@ -1,5 +1,6 @@
 // The sources' tables, file keys and parameter checks.
 #include "components/elem_v.h"
+#include "components/elem_label.h"
 
 #include <array>
 #include <cmath>
@@ -79,11 +80,29 @@ const CModelInfo kModelsICI[] = {{"I", ModelId::Source, kOrderValue, 0, 1, kRead
                                  QZ3_SOURCE_WAVE_ROWS,
                                  {}};
 
+// A label drives its node as a voltage source from ground, or draws it
+// through R at the start ("IC"); as "Label" it only names it.
+constexpr std::array<CParamRow, 1> kLabelOwnRows = {FormulaRow("R", "Ohm", "r", MemberAt<&CElemLabel::r>, 1.0, {ParamTest::Negative})};
+constexpr auto kLabelRows = JoinRows(kVoltageRows, kLabelOwnRows);
+constexpr uint8_t kOrderLabelIc[] = {kValue, kRowCount, kEndOfRows};
+const CParamTable kLabelParams = ParamTableOf(kLabelRows);
+const CModelInfo kModelsLabel[] = {{"Label", ModelId::Label, nullptr, 0, 0, kReadV},
+                                   {"V", ModelId::Source, kOrderValue, 0, 1, kReadVIP},
+                                   QZ3_SOURCE_WAVE_ROWS,
+                                   {"IC", ModelId::IC, kOrderLabelIc, 0, 1, kReadV},
+                                   {}};
+
 #undef QZ3_SOURCE_WAVE_ROWS
 
 CElemV::CElemV(const CCmpType* typeDescriptor) : CCmp(typeDescriptor) {}
 
-bool CElemV::IsVoltage() const { return type == TypeId::VoltageSource || type == TypeId::LogicVoltageSource; }
+bool CElemV::IsVoltage() const {
+    return type == TypeId::VoltageSource || type == TypeId::LogicVoltageSource || type == TypeId::Label;
+}
+
+// A one-pin source (a label) drives its node against ground.
+int CElemV::Low() const { return pinCount >= 2 ? nodes[0] : 0; }
+int CElemV::High() const { return pinCount >= 2 ? nodes[1] : nodes[0]; }
 bool CElemV::IsControlled() const { return type == TypeId::LogicVoltageSource || type == TypeId::LogicCurrentSource; }
 
 bool CElemV::IsTimeModel() const {
@@ -96,7 +115,7 @@ bool CElemV::IsTimeModel() const {
 
 bool CElemV::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
-    if (model != ModelId::Source) signal.Xml(node);
+    if (HasSignal()) signal.Xml(node);
     return true;
 }
 

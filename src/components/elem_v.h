@@ -48,11 +48,18 @@ public:
     bool IsControlled() const;
     // A waveform of CSignal ("Function" included).
     bool IsTimeModel() const;
+    // The file holds the waveform's child for this model.
+    virtual bool HasSignal() const { return model != ModelId::Source; }
 
     CFormula value;  // V or I, key "v"
     CSignal signal;
     double tEnd = 0.0;         // "One-shot": end of the pulse
     double lastSourceTime = 0.0;  // time of the last PhaseSources
+
+protected:
+    // The source's two sides; a one-pin source has ground below it.
+    int Low() const;
+    int High() const;
 
 private:
     bool Init(CSolverPort* calc, double t);

@@ -73,7 +73,7 @@ void CElemV::LoadStoredState(CSolverPort* calc) {
 }
 
 bool CElemV::Stamp(CSolverPort* calc) {
-    const int a = nodes[0], b = nodes[1];
+    const int a = Low(), b = High();
     // A grounded voltage source drives its other node: a second one there
     // is a short circuit.
     if (IsVoltage() && (a == 0) != (b == 0) && !calc->ClaimOutput(a == 0 ? b : a, this, -1)) return false;
@@ -84,11 +84,11 @@ bool CElemV::Stamp(CSolverPort* calc) {
 }
 
 bool CElemV::StampInput(CSolverPort* calc) {
-    return StampSourceInput(calc, this, IsVoltage(), nodes[0], nodes[1], firstBranch);
+    return StampSourceInput(calc, this, IsVoltage(), Low(), High(), firstBranch);
 }
 
 bool CElemV::StampConstant(CSolverPort* calc, double v) {
-    return StampSourceConstant(calc, this, IsVoltage(), nodes[0], nodes[1], firstBranch, v);
+    return StampSourceConstant(calc, this, IsVoltage(), Low(), High(), firstBranch, v);
 }
 
 bool CElemV::Sources(CSolverPort* calc, double t) {
