@@ -6,6 +6,7 @@
 //
 //   ./build-release/bench/cosim_bench
 #include <benchmark/benchmark.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <chrono>
@@ -68,5 +69,39 @@ void BM_LockStepBuck20ms(benchmark::State& state) {
     state.counters["one_call_ms"] = whole / n * 1e3;
 }
 BENCHMARK(BM_LockStepBuck20ms)->Unit(benchmark::kMillisecond);
+
+long PeakKiB() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+// 10^6 lock-step intervals of 10 us on the RC of the co-simulation tests,
+// deleting old data as a long-running host does: the peak memory after the
+// first 10^4 intervals and at the end must be the same.
+void BM_MillionIntervalsKeepMemoryFlat(benchmark::State& state) {
+    const std::string rc = std::string(QZ3_SOURCE_DIR) + "/tests/circuits/cosim_rc.qz3";
+    for (auto _ : state) {
+        const int ncir = QZ3_Open(rc.c_str());
+        const int input = QZ3_GetInput(ncir, "VIN");
+        QZ3_AddVTrace(ncir, "C1");
+        if (input < 0 || QZ3_Start(ncir) != 0) {
+            state.SkipWithError(QZ3_GetError());
+            QZ3_Close(ncir);
+            return;
+        }
+        long early = 0;
+        for (int k = 0; k < 1000000; ++k) {
+            QZ3_SetInputValue(ncir, input, (k / 100) % 2 ? 5.0 : 0.0);
+            QZ3_SimulateInterval(ncir, 10e-6);
+            if (k % 1000 == 999) QZ3_DeleteOldData(ncir);
+            if (k == 10000) early = PeakKiB();
+        }
+        state.counters["peak_KiB_at_1e4"] = double(early);
+        state.counters["peak_KiB_at_1e6"] = double(PeakKiB());
+        QZ3_Close(ncir);
+    }
+}
+BENCHMARK(BM_MillionIntervalsKeepMemoryFlat)->Unit(benchmark::kSecond)->Iterations(1);
 
 }  // namespace
