@@ -6,8 +6,10 @@
 #include "components/elem_a.h"
 #include "components/elem_ac.h"
 #include "components/elem_dc.h"
+#include "components/elem_delay.h"
 #include "components/elem_integral.h"
 #include "components/elem_label.h"
+#include "components/elem_line.h"
 #include "components/elem_sh.h"
 #include "components/elem_cs.h"
 #include "components/elem_d.h"
@@ -83,7 +85,7 @@ const CCmpType kTypes[] = {
     {"T_TPNP", TypeId::Pnp, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "PNP transistor"},
     {"T_NFET", TypeId::NFet, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "N-FET"},
     {"T_PFET", TypeId::PFet, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "P-FET"},
-    {"X_Delay", TypeId::Delay, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Delay"},
+    {"X_Delay", TypeId::Delay, &CreateElement<CElemDelay>, 2, nullptr, nullptr, nullptr, kModelsDelay, &kDelayParams, 0, "Delay"},
     {"F_1", TypeId::Function, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function"},
     {"F_1C", TypeId::FunctionClocked, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function with clock"},
     {"F_2", TypeId::Function2, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function-2"},
@@ -116,7 +118,7 @@ const CCmpType kTypes[] = {
     {"Y_VCLG", TypeId::VoltageControlledGenerator, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled logic generator"},
     {"Y_CCLG", TypeId::CurrentControlledGenerator, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled logic generator"},
     {"Y_BUS", TypeId::Bus, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Bus"},
-    {"X_Line", TypeId::TransmissionLine, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Transmission line"},
+    {"X_Line", TypeId::TransmissionLine, &CreateElement<CElemLine>, 4, nullptr, nullptr, nullptr, kModelsLine, &kLineParams, 0, "Transmission line"},
     {"X_SH", TypeId::SampleHold, &CreateElement<CElemSH>, 3, nullptr, nullptr, nullptr, kModelsSampleHold, &kSampleHoldParams, 0, "Sample/hold"},
     {"X_DC", TypeId::DirectionalCoupler, &CreateElement<CElemDC>, 4, nullptr, nullptr, nullptr, kModelsCoupler, &kCouplerParams, 0, "Directional coupler"},
     {"X_B2", TypeId::Block2, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Block-2"},

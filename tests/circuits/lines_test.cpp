@@ -1,0 +1,71 @@
+// The delay element and the lossless line through the C interface: a ramp
+// delayed by 1 ms, and a 50 Ohm line of 0.1 ms from a 50 Ohm source into a
+// matched, an open and a shorted end.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "circuit_run.h"
+#include "qz3.h"
+
+namespace {
+
+using qz3test::Circuit;
+using qz3test::TestCircuit;
+
+std::string WithLoad(const char* load) {
+    std::ifstream in(TestCircuit("lines.qz3"));
+    std::stringstream text;
+    text << in.rdbuf();
+    std::string s = text.str();
+    s.replace(s.find("LOAD"), 4, load);
+    const std::string path = ::testing::TempDir() + "lines_" + load + ".qz3";
+    std::ofstream(path) << s;
+    return path;
+}
+
+double At(const Circuit& c, int trace, double t) {
+    double v = NAN;
+    EXPECT_EQ(QZ3_GetData(c.ncir, trace, t, &v), 0) << QZ3_GetError();
+    return v;
+}
+
+}  // namespace
+
+TEST(Lines, DelayRepeatsItsInputOneDelayLater) {
+    Circuit c(WithLoad("50"));
+    const int out = QZ3_AddVTrace(c.ncir, "RD");
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 5e-3), 0) << QZ3_GetError();
+    const int count = QZ3_GetDataSize(c.ncir, out);
+    ASSERT_GT(count, 1000);
+    for (int i = 0; i < count; ++i) {
+        double t = 0, v = 0;
+        ASSERT_EQ(QZ3_GetDataAt(c.ncir, out, i, &t, &v), 0);
+        EXPECT_NEAR(v, t <= 1e-3 ? 0.0 : (t - 1e-3) * 1000, 1e-6) << t;
+    }
+}
+
+// The source steps to 1 V at 1 ms; the line's near end sees half of it.
+// Matched, the far end gets the same half after the delay; open, it doubles
+// and the near end follows a delay later; shorted, the far end stays at 0
+// and the near end falls back to 0.
+TEST(Lines, LosslessLineBouncesAsTheBounceDiagramSays) {
+    const struct {
+        const char* load;
+        double far, nearAfter;
+    } cases[] = {{"50", 0.5, 0.5}, {"1e9", 1.0, 1.0}, {"1e-9", 0.0, 0.0}};
+    for (const auto& k : cases) {
+        Circuit c(WithLoad(k.load));
+        const int near = QZ3_AddVTrace(c.ncir, "RIN"), far = QZ3_AddVTrace(c.ncir, "RL");
+        ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+        ASSERT_EQ(QZ3_Simulate(c.ncir, 1.5e-3), 0) << QZ3_GetError();
+        EXPECT_NEAR(At(c, near, 0.99e-3), 0.0, 1e-6) << k.load;
+        EXPECT_NEAR(At(c, near, 1.05e-3), 0.5, 1e-6) << k.load;
+        EXPECT_NEAR(At(c, far, 1.05e-3), 0.0, 1e-6) << k.load;
+        EXPECT_NEAR(At(c, far, 1.15e-3), k.far, 1e-6) << k.load;
+        EXPECT_NEAR(At(c, near, 1.25e-3), k.nearAfter, 1e-6) << k.load;
+    }
+}
