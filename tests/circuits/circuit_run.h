@@ -91,6 +91,13 @@ public:
         return y;
     }
 
+    // A trace by its handle, read at t.
+    double ValueAt(int trace, double t) const {
+        double y = NAN;
+        EXPECT_EQ(QZ3_GetData(ncir, trace, t, &y), 0) << "trace " << trace << " at " << t << ": " << QZ3_GetError();
+        return y;
+    }
+
     // Runs on to exactly t_end, reporting the engine's text on failure.
     bool RunTo(double tEnd) const {
         double now = 0;

@@ -26,12 +26,6 @@ std::string WithLoad(const char* load) {
     return path;
 }
 
-double At(const Circuit& c, int trace, double t) {
-    double v = NAN;
-    EXPECT_EQ(QZ3_GetData(c.ncir, trace, t, &v), 0) << QZ3_GetError();
-    return v;
-}
-
 }  // namespace
 
 TEST(Lines, DelayRepeatsItsInputOneDelayLater) {
@@ -62,10 +56,10 @@ TEST(Lines, LosslessLineBouncesAsTheBounceDiagramSays) {
         const int near = QZ3_AddVTrace(c.ncir, "RIN"), far = QZ3_AddVTrace(c.ncir, "RL");
         ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
         ASSERT_EQ(QZ3_Simulate(c.ncir, 1.5e-3), 0) << QZ3_GetError();
-        EXPECT_NEAR(At(c, near, 0.99e-3), 0.0, 1e-6) << k.load;
-        EXPECT_NEAR(At(c, near, 1.05e-3), 0.5, 1e-6) << k.load;
-        EXPECT_NEAR(At(c, far, 1.05e-3), 0.0, 1e-6) << k.load;
-        EXPECT_NEAR(At(c, far, 1.15e-3), k.far, 1e-6) << k.load;
-        EXPECT_NEAR(At(c, near, 1.25e-3), k.nearAfter, 1e-6) << k.load;
+        EXPECT_NEAR(c.ValueAt(near, 0.99e-3), 0.0, 1e-6) << k.load;
+        EXPECT_NEAR(c.ValueAt(near, 1.05e-3), 0.5, 1e-6) << k.load;
+        EXPECT_NEAR(c.ValueAt(far, 1.05e-3), 0.0, 1e-6) << k.load;
+        EXPECT_NEAR(c.ValueAt(far, 1.15e-3), k.far, 1e-6) << k.load;
+        EXPECT_NEAR(c.ValueAt(near, 1.25e-3), k.nearAfter, 1e-6) << k.load;
     }
 }

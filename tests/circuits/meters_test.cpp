@@ -13,12 +13,6 @@ namespace {
 using qz3test::Circuit;
 using qz3test::TestCircuit;
 
-double At(const Circuit& c, int trace, double t) {
-    double v = NAN;
-    EXPECT_EQ(QZ3_GetData(c.ncir, trace, t, &v), 0) << QZ3_GetError();
-    return v;
-}
-
 }  // namespace
 
 TEST(Meters, IntegralSampleHoldMetersAndCouplerReadTheirValues) {
@@ -38,21 +32,21 @@ TEST(Meters, IntegralSampleHoldMetersAndCouplerReadTheirValues) {
         double value = 0;
         ASSERT_EQ(QZ3_GetOutputValue(c.ncir, output, &value), 0);
         EXPECT_NEAR(value, 1 + 2 * t, 1e-9) << t;
-        EXPECT_NEAR(At(c, integral, t), 1 + 2 * t, 1e-9) << t;
+        EXPECT_NEAR(c.ValueAt(integral, t), 1 + 2 * t, 1e-9) << t;
     }
     // The IC until the first rising clock at 0.25 ms, then the ramp t*1000
     // taken at that edge (within the first step after it), held to the next.
-    EXPECT_EQ(At(c, held, 0.2e-3), -1.0);
-    EXPECT_NEAR(At(c, held, 0.9e-3), 0.25, 1e-3);
-    EXPECT_NEAR(At(c, held, 1.6e-3), 1.25, 1e-3);
+    EXPECT_EQ(c.ValueAt(held, 0.2e-3), -1.0);
+    EXPECT_NEAR(c.ValueAt(held, 0.9e-3), 0.25, 1e-3);
+    EXPECT_NEAR(c.ValueAt(held, 1.6e-3), 1.25, 1e-3);
     // 2 V across 1 kOhm; 2 V across 500 Ohm is 8 mW.
-    EXPECT_NEAR(std::fabs(At(c, current, 1e-3)), 2e-3, 1e-12);
-    EXPECT_NEAR(std::fabs(At(c, power, 1e-3)), 8e-3, 1e-12);
+    EXPECT_NEAR(std::fabs(c.ValueAt(current, 1e-3)), 2e-3, 1e-12);
+    EXPECT_NEAR(std::fabs(c.ValueAt(power, 1e-3)), 8e-3, 1e-12);
     // A matched load: one port sees r V (r = 0.1 at 20 dB), the other nothing.
-    EXPECT_NEAR(std::fabs(At(c, forward, 1e-3)) + std::fabs(At(c, backward, 1e-3)), 0.2, 1e-12);
-    EXPECT_NEAR(std::fabs(At(c, forward, 1e-3)) * std::fabs(At(c, backward, 1e-3)), 0.0, 1e-15);
+    EXPECT_NEAR(std::fabs(c.ValueAt(forward, 1e-3)) + std::fabs(c.ValueAt(backward, 1e-3)), 0.2, 1e-12);
+    EXPECT_NEAR(std::fabs(c.ValueAt(forward, 1e-3)) * std::fabs(c.ValueAt(backward, 1e-3)), 0.0, 1e-15);
     // The integrator with a reset: 0 while the clock is high (0.25 to 0.75 ms),
     // then integrating 2 V/s from 0 again.
-    EXPECT_NEAR(At(c, reset, 0.5e-3), 0.0, 1e-12);
-    EXPECT_NEAR(At(c, reset, 1.0e-3), 2 * (1.0e-3 - 0.75e-3), 1e-6);
+    EXPECT_NEAR(c.ValueAt(reset, 0.5e-3), 0.0, 1e-12);
+    EXPECT_NEAR(c.ValueAt(reset, 1.0e-3), 2 * (1.0e-3 - 0.75e-3), 1e-6);
 }
