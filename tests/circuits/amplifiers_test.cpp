@@ -262,3 +262,24 @@ TEST(Amplifiers, ClosedLoopBuckRegulatesThroughALoadStep) {
     ASSERT_EQ(QZ3_GetLastData(c.ncir, control, &t, &v), 0);
     EXPECT_NEAR(v / 10.0, 5.0 / 12.0, 0.01);
 }
+
+// Saving the state as initial conditions: an op-amp on its upper limit
+// gives its IC the limit, a comparator its position.
+TEST(Amplifiers, SaveIcWritesTheOutputAndThePosition) {
+    {
+        Circuit c(TestCircuit("amp_clip.qz3"));
+        ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+        ASSERT_EQ(QZ3_Simulate(c.ncir, 0.25e-3), 0) << QZ3_GetError();
+        ASSERT_EQ(QZ3_SaveIC(c.ncir), 0) << QZ3_GetError();
+        double ic = 0;
+        ASSERT_EQ(QZ3_GetValue(c.ncir, "O1.IC", &ic), 0) << QZ3_GetError();
+        EXPECT_EQ(ic, 12.0);
+    }
+    Circuit c(TestCircuit("amp_schmitt.qz3"));
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 0.4e-3), 0) << QZ3_GetError();  // high after the first switch at 0.22 ms
+    ASSERT_EQ(QZ3_SaveIC(c.ncir), 0) << QZ3_GetError();
+    char text[16];
+    ASSERT_GE(QZ3_GetText(c.ncir, "CMP.IC", text, sizeof text), 0) << QZ3_GetError();
+    EXPECT_STREQ(text, "High");
+}
