@@ -27,7 +27,10 @@ bool CElemDelay::Simulate(CSolverPort* calc, int phase, double now) {
     const bool delayed = t.m_Value > 0.0;
     switch (phase) {
         case PhaseInit: return Init(calc);
-        case PhaseReset: memory.Clear(); return true;
+        case PhaseReset:
+            memory.Clear();
+            corners.Clear();
+            return true;
         case PhaseStore: out = calc->X(nodes[1]); return true;
         case PhaseStamp: return calc->StampPass() != 0 || Stamp(calc);
         case PhaseSources:
@@ -38,9 +41,9 @@ bool CElemDelay::Simulate(CSolverPort* calc, int phase, double now) {
             }
             return true;
         case PhaseHistory:
-            if (delayed && std::isfinite(t.m_Value) && !memory.Add(now, calc->X(nodes[0])))
-                return AddCmpError(calc, "No enough memory");
-            return true;
+            if (!delayed || !std::isfinite(t.m_Value)) return true;
+            if (corners.Add(now, calc->X(nodes[0]))) calc->AskBreak(corners.Latest() + t.m_Value);
+            return memory.Add(now, calc->X(nodes[0])) || AddCmpError(calc, "No enough memory");
         case PhasePins:
             PinGroups()[0] = 1;
             PinGroups()[1] = 0;
@@ -50,7 +53,10 @@ bool CElemDelay::Simulate(CSolverPort* calc, int phase, double now) {
 }
 
 bool CElemDelay::Init(CSolverPort* calc) {
-    if (ModelChanged()) memory.Clear();
+    if (ModelChanged()) {
+        memory.Clear();
+        corners.Clear();
+    }
     if (lastModel == ModelId::None) {
         out = ic.m_Value;
         if (!std::isnan(out)) memory.Add(0.0, out);
@@ -86,6 +92,12 @@ bool CElemDelay::Stamp(CSolverPort* calc) {
         calc->SetC(k, in, std::sin(delay * calc->Omega()));
     }
     return true;
+}
+
+void CElemDelay::NextEvent(CSolverPort* calc, double now, double* tNext, double* stepMax, double* stepMin) {
+    if (!(t.m_Value > 0.0)) return;
+    const double arrival = corners.NextArrival(now, t.m_Value);
+    if (!std::isnan(arrival)) *tNext = arrival;
 }
 
 std::string CElemDelay::GetState() {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "components/cmp.h"
+#include "components/corner_queue.h"
 #include "components/delay_memory.h"
 #include "expr/formula.h"
 
@@ -19,11 +20,13 @@ public:
 
     bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
+    void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
 
     CFormula t;   // the delay, s
     CFormula ic;  // the output before the first input arrives
     double out = 0.0;
     CDelay memory{2};
+    CCornerQueue corners;
 
 private:
     bool Init(CSolverPort* calc);

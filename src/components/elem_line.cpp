@@ -41,6 +41,8 @@ bool CElemLine::Simulate(CSolverPort* calc, int phase, double now) {
         case PhaseInit: return Init(calc);
         case PhaseReset:
             memory.Clear();
+            cornersA.Clear();
+            cornersB.Clear();
             lossy.Free();
             return true;
         case PhaseStamp: return calc->StampPass() != 0 || Stamp(calc);
@@ -59,6 +61,8 @@ bool CElemLine::Simulate(CSolverPort* calc, int phase, double now) {
 bool CElemLine::Init(CSolverPort* calc) {
     if (ModelChanged()) {
         memory.Clear();
+        cornersA.Clear();
+        cornersB.Clear();
         fresh = true;
     }
     if (Lossless()) {
@@ -221,8 +225,19 @@ bool CElemLine::History(CSolverPort* calc, double now) {
         lossy.Step(now, xa, xb);
         return true;
     }
-    if (mode != 0 || memory.Add(now, xa, xb)) return true;
-    return AddCmpError(calc, "No enough memory");
+    if (mode != 0) return true;
+    if (cornersA.Add(now, xa)) calc->AskBreak(cornersA.Latest() + t.m_Value);
+    if (cornersB.Add(now, xb)) calc->AskBreak(cornersB.Latest() + t.m_Value);
+    return memory.Add(now, xa, xb) || AddCmpError(calc, "No enough memory");
+}
+
+// A corner of a wave arrives at the other port one delay later.
+void CElemLine::NextEvent(CSolverPort* calc, double now, double* tNext, double* stepMax, double* stepMin) {
+    if (!Lossless() || mode != 0) return;
+    for (CCornerQueue* corners : {&cornersA, &cornersB}) {
+        const double arrival = corners->NextArrival(now, t.m_Value);
+        if (!std::isnan(arrival) && (std::isnan(*tNext) || arrival < *tNext)) *tNext = arrival;
+    }
 }
 
 std::string CElemLine::GetState() {

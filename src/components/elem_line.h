@@ -9,6 +9,7 @@
 #include <memory>
 
 #include "components/cmp.h"
+#include "components/corner_queue.h"
 #include "components/delay_memory.h"
 #include "components/lossy_line.h"
 #include "expr/formula.h"
@@ -24,6 +25,7 @@ public:
 
     bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
+    void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
 
     CFormula t;    // delay, s
     CFormula z;    // characteristic impedance, Ohm
@@ -37,6 +39,7 @@ public:
     bool fresh = true;  // the first DC solve after a model change is to come
     int mode = 0;       // "Line": 0 normal, 1 no impedance, 2 infinite impedance, 3 no delay, 4 infinite delay
     CDelay memory{3};
+    CCornerQueue cornersA, cornersB;  // of the wave leaving each port
     CLossyLine lossy;
 
 private:

@@ -117,6 +117,9 @@ public:
     // A held quantity jumped (a segment change kept charge or flux): the
     // run needs a new operating point.
     virtual void RequestJump() = 0;
+    // A time the run must land on, learnt while running (a delayed corner);
+    // the earliest one asked for stands until it is reached.
+    virtual void AskBreak(double t) = 0;
 
 protected:
     // The state of the run that elements read, kept by the solver.

@@ -140,6 +140,7 @@ public:
     bool RowHasEntries(int i) const override { return FlagG[i][0] != 0; }
     void RequestJump() override { m_JumpRequest = true; }
     std::string ZTransformText() const override;
+    void AskBreak(double t) override;
 
     // ---- links (calc_links.cpp)
     void AddLink(int kind, int a, int b, int source, double value);

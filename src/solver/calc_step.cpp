@@ -309,6 +309,10 @@ bool CCalc::CommitEvent() {
     return true;
 }
 
+void CCalc::AskBreak(double t) {
+    if (t > m_Time && !TimesMeet(t, m_Time) && (std::isnan(m_NextBreak) || t < m_NextBreak)) m_NextBreak = t;
+}
+
 bool CCalc::StoreResults() {
     for (CCmp* cmp : m_Cmps)
         if (cmp && !cmp->IsSubCircuit() && !cmp->Simulate(this, PhaseHistory, m_Time)) return false;

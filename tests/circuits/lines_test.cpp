@@ -61,5 +61,10 @@ TEST(Lines, LosslessLineBouncesAsTheBounceDiagramSays) {
         EXPECT_NEAR(c.ValueAt(far, 1.05e-3), 0.0, 1e-6) << k.load;
         EXPECT_NEAR(c.ValueAt(far, 1.15e-3), k.far, 1e-6) << k.load;
         EXPECT_NEAR(c.ValueAt(near, 1.25e-3), k.nearAfter, 1e-6) << k.load;
+        // The edge arrives as sharp as it left: the source's corner at 1 ms
+        // is a time point at the far end at 1.1 ms, and the step after it
+        // as long as the first step at the source.
+        EXPECT_NEAR(c.ValueAt(far, 1.1e-3), 0.0, 1e-9) << k.load;
+        EXPECT_NEAR(c.ValueAt(far, 1.1e-3+ 0.25e-6), k.far, 1e-6) << k.load;
     }
 }
