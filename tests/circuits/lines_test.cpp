@@ -68,3 +68,20 @@ TEST(Lines, LosslessLineBouncesAsTheBounceDiagramSays) {
         EXPECT_NEAR(c.ValueAt(far, 1.1e-3+ 0.25e-6), k.far, 1e-6) << k.load;
     }
 }
+
+// A lossy line (10 Ohm of series loss in all, no shunt loss) between 50 Ohm
+// ends: the step arrives after the delay, weaker than the lossless half,
+// and settles at the divider 50 / (50 + 10 + 50).
+TEST(Lines, LossyLineAttenuatesAndSettlesAtItsResistance) {
+    Circuit c(TestCircuit("lines_lossy.qz3"));
+    const int far = QZ3_AddVTrace(c.ncir, "RL");
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 5e-3), 0) << QZ3_GetError();
+    EXPECT_NEAR(c.ValueAt(far, 1.09e-3), 0.0, 1e-9);
+    const double arrived = c.ValueAt(far, 1.15e-3);
+    EXPECT_LT(arrived, 0.5);
+    EXPECT_GT(arrived, 0.44);
+    double t = 0, v = 0;
+    ASSERT_EQ(QZ3_GetLastData(c.ncir, far, &t, &v), 0);
+    EXPECT_NEAR(v / (50.0 / 110.0), 1.0, 5e-3);
+}
