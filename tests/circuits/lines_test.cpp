@@ -40,6 +40,12 @@ TEST(Lines, DelayRepeatsItsInputOneDelayLater) {
         ASSERT_EQ(QZ3_GetDataAt(c.ncir, out, i, &t, &v), 0);
         EXPECT_NEAR(v, t <= 1e-3 ? 0.0 : (t - 1e-3) * 1000, 1e-6) << t;
     }
+    // A new delay set between runs is the one the next run uses.
+    ASSERT_EQ(QZ3_SetValue(c.ncir, "D1.t", 2e-3), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 3e-3), 0) << QZ3_GetError();
+    EXPECT_NEAR(c.ValueAt(out, 2.5e-3), 0.5, 1e-6);
+    EXPECT_NEAR(c.ValueAt(out, 1.5e-3), 0.0, 1e-9);
 }
 
 // The source steps to 1 V at 1 ms; the line's near end sees half of it.
