@@ -18,8 +18,9 @@ bool CCornerQueue::Add(double t, double v) {
         const double dt0 = m_T[1] - m_T[0], dt1 = t - m_T[1];
         if (dt0 > 0.0 && dt1 > 0.0) {
             const double s0 = (m_V[1] - m_V[0]) / dt0, s1 = (v - m_V[1]) / dt1;
-            // A turn of more than a thousandth of the steeper slope.
-            if (std::fabs(s1 - s0) > 1e-3 * std::fmax(std::fabs(s0), std::fabs(s1)) + 1e-12)
+            // A turn by half the steeper slope or more: the edges of a pulse
+            // and the ends of a ramp, not the gentle bend of a sampled wave.
+            if (std::fabs(s1 - s0) > 0.5 * std::fmax(std::fabs(s0), std::fabs(s1)))
                 if (m_Corners.empty() || m_Corners.back() != m_T[1]) {
                     m_Corners.push_back(m_T[1]);
                     added = true;
