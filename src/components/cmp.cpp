@@ -2,6 +2,7 @@
 
 #include "components/calc_link.h"
 #include "components/cmps.h"
+#include "components/custom_type.h"
 #include "xml/xml_node.h"
 #include "expr/formula.h"
 
@@ -14,6 +15,7 @@ CCmp::CCmp(const CCmpType* typeDescriptor) : typeInfo(typeDescriptor), pwl(&stat
 }
 
 CCmp::~CCmp() {
+    delete custom;
     delete[] nodes;
     delete states;
     ClearFileContent();
@@ -23,6 +25,20 @@ void CCmp::AllocPins(int count) {
     delete[] nodes;
     pinCount = count < 0 ? 0 : count;
     nodes = new int[static_cast<size_t>(2 * pinCount) + 1]();
+}
+
+void CCmp::MakeCustom() {
+    if (custom) return;
+    custom = new CCustomElemType(typeInfo->typeName ? typeInfo->typeName : "");
+    custom->m_Type = *typeInfo;
+    typeInfo = &custom->m_Type;
+}
+
+void CCmp::AdoptCustomPins(int viewCount) {
+    if (!custom) return;
+    custom->Rebuild(viewCount);
+    custom->m_Type.pinCount = custom->m_PinCount;
+    if (custom->m_PinCount != pinCount) AllocPins(custom->m_PinCount);
 }
 
 bool CCmp::QuietLoad() const { return owner && owner->m_QuietLoad; }
@@ -122,6 +138,7 @@ bool CCmp::NextView(int delta) {
 
 bool CCmp::Xml(CXmlNode* node, bool modelOnly) {
     if (!modelOnly) {
+        XmlCustom(node);
         XmlIdentity(node);
         XmlNodes(node);
         XmlModel(node);
@@ -130,6 +147,23 @@ bool CCmp::Xml(CXmlNode* node, bool modelOnly) {
     XmlAttachment(node);
     XmlParamRows(this, node);
     return true;
+}
+
+// The box of a custom type comes first, so that the pin keys that follow
+// find the pins it makes.
+void CCmp::XmlCustom(CXmlNode* node) {
+    if (node->m_bWrite) {
+        if (custom) {
+            CXmlNode* child = node->AddChild("Custom");
+            custom->Xml(child);
+        }
+        return;
+    }
+    CXmlNode* child = node->FindChild("Custom");
+    if (!child) return;
+    BeginCustom();
+    if (custom) custom->Xml(child);
+    EndCustom();
 }
 
 void CCmp::XmlIdentity(CXmlNode* node) {

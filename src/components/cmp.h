@@ -209,6 +209,12 @@ public:
     // returns false so that an element can write `return AddCmpError(...)`.
     bool AddCmpError(CSolverPort* calc, const std::string& text) const;
     void AllocPins(int count);
+    // The common step of a custom type's BeginCustom: a fresh box with the
+    // type's own descriptor, which typeInfo then points at.
+    void MakeCustom();
+    // After the box is read: rebuilds its pins and, when their number
+    // changed, the component's pin table (the nodes start unconnected).
+    void AdoptCustomPins(int viewCount = 1);
     int Node(int pin) const { return nodes[pin]; }
     // The pin groups that PhasePins writes, one per pin: pins with equal
     // non-zero numbers are joined by a conducting path inside the element;
@@ -258,6 +264,7 @@ protected:
     bool QuietLoad() const;
 
 private:
+    void XmlCustom(CXmlNode* node);
     void XmlIdentity(CXmlNode* node);
     void XmlNodes(CXmlNode* node);
     void XmlModel(CXmlNode* node);
