@@ -76,6 +76,8 @@ CElemLG::CElemLG(const CCmpType* typeDescriptor) : CSwitchBase(typeDescriptor) {
 bool CElemLG::Xml(CXmlNode* node, bool modelOnly) {
     CCmp::Xml(node, modelOnly);
     XmlSignal(node);
+    // The pulse width of "One-shot" is the signal's.
+    if (model == ModelId::OneShot) signal.Xml(node);
     return true;
 }
 
@@ -177,20 +179,25 @@ bool CElemLG::Stamp(CSolverPort* calc) {
 bool CElemLG::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     *changedOut = false;
     if (IsControlled()) {
-        const double c = Control(calc), h = HalfBand();
+        const double c = Control(calc);
         if (IsTimeModel(model)) {
             RunWhileControlled(calc, c, commit, false, changedOut);
-        } else if (model == ModelId::Source) {
-            if ((state == 1 && c + h < 0) || (state == 0 && c - h > 0)) {
-                *changedOut = true;
-                if (commit) state = 1 - state;
-            }
         } else if (model == ModelId::OneShot) {
             CheckOneShot(this, c, signal.m_Width.m_Value, calc->Time(), commit, changedOut, tEnd);
             if (c < 0) state2 = 0;
         }
     }
     if (commit && model == ModelId::Clock && signal.ClockPending()) signal.ClockClose();
+    return true;
+}
+
+// "Gate" moves inside the switching search, so that it changes at the
+// crossing the search has located and not one step behind it.
+bool CElemLG::CheckSegment(CSolverPort* calc, bool commit) {
+    if (!IsControlled() || model != ModelId::Source) return false;
+    const double c = Control(calc), h = HalfBand();
+    if (!((state == 1 && c + h < 0) || (state == 0 && c - h > 0))) return false;
+    if (commit) state = 1 - state;
     return true;
 }
 

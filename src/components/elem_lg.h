@@ -32,6 +32,7 @@ public:
     bool Simulate(CSolverPort* calc, int phase, double t) override;
     std::string GetState() override;
     bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
+    bool CheckSegment(CSolverPort* calc, bool commit) override;
     void NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) override;
     bool GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) override;
 

@@ -217,7 +217,7 @@ double CElemY::DelayFor(int level) const {
     return delay.m_Value;
 }
 
-void CElemY::Drive(double now, int e, int32_t& seen, double& pending) const {
+void CElemY::Drive(CSolverPort* calc, int e, int32_t& seen, double& pending) const {
     if (model == ModelId::Logic) {
         seen = e;
         pending = kNoPending;
@@ -230,7 +230,10 @@ void CElemY::Drive(double now, int e, int32_t& seen, double& pending) const {
     }
     const double d = DelayFor(e);
     if (d > 0) {
-        pending = now + d;
+        // The search may run after the step was planned: the new time is
+        // asked for at once.
+        pending = calc->Time() + d;
+        calc->AskBreak(pending);
         return;
     }
     seen = e;
@@ -254,6 +257,17 @@ void CElemY::NextEvent(CSolverPort* calc, double t, double* tNext, double* stepM
     if (model != ModelId::Delay && model != ModelId::Delay2) return;
     LandPending(t, state, out, tOut, tNext, stepMax);
     if (IsFlipFlop()) LandPending(t, state2, out2, tOut2, tNext, stepMax);
+    // An input may move at this event, and the output then follows one delay
+    // later: the first step after it must not run past that time.
+    const double shortest = ShortestDelay();
+    if (stepMin && shortest > 0 && (*stepMin <= 0 || shortest < *stepMin)) *stepMin = shortest;
+}
+
+double CElemY::ShortestDelay() const {
+    if (model != ModelId::Delay2) return delay.m_Value;
+    const double up = delay.m_Value, fall = down.m_Value;
+    if (up <= 0) return fall;
+    return fall > 0 && fall < up ? fall : up;
 }
 
 // ---- the evaluation
@@ -264,14 +278,13 @@ bool CElemY::CheckSegment(CSolverPort* calc, bool commit) {
     const bool second = IsFlipFlop() && e2 != state2;
     if (e == state && !second) return false;
     if (!commit) return true;
-    const double now = calc->Time();
     if (e != state) {
         state = e;
-        Drive(now, e, out, tOut);
+        Drive(calc, e, out, tOut);
     }
     if (second) {
         state2 = e2;
-        Drive(now, e2, out2, tOut2);
+        Drive(calc, e2, out2, tOut2);
     }
     return true;
 }

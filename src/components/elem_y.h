@@ -90,9 +90,10 @@ private:
     int ClockLevel(const CSolverPort* calc) const;
     void TrackClock(const CSolverPort* calc);
     // The wanted level e goes to an output by the model's rule.
-    void Drive(double now, int e, int32_t& seen, double& pending) const;
+    void Drive(CSolverPort* calc, int e, int32_t& seen, double& pending) const;
     void LandPending(double t, int32_t wanted, int32_t& seen, double& pending, double* tNext, double* stepMax) const;
     double DelayFor(int level) const;
+    double ShortestDelay() const;
 
     bool Init(CSolverPort* calc, double t);
     void ReadStored(const std::string& stored);
