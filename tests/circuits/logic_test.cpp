@@ -110,6 +110,21 @@ TEST(Logic, FlipFlopsTakeTheirInputsAtTheActiveEdgeAfterTheirDelay) {
     EXPECT_EQ(LevelAt(c, "V(RSD)", 2.0e-3), 0);
     EXPECT_EQ(LevelAt(c, "V(RSD)", 2.6e-3), 1);
     EXPECT_EQ(LevelAt(c, "V(RSD)", 3.0e-3), 0);
+
+    // A pulse generator under a logic control runs only while the control
+    // (S, high from 2.5 ms to 2.7 ms) is high, and is idle before and after.
+    // It starts at the state check behind the control's edge, at most one
+    // first step (a quarter of the 10 us step) later.
+    const Series pulses = c.Read("V(CP)");
+    const std::vector<double> starts = Edges(pulses, +1);
+    ASSERT_EQ(starts.size(), 4u);
+    EXPECT_GE(starts.front(), 2.5e-3);
+    EXPECT_LE(starts.front(), 2.5e-3 + 0.25 * 10e-6);
+    EXPECT_NEAR(starts.back() - starts.front(), 3 * 0.06e-3, 1e-15);
+    EXPECT_EQ(LevelAt(c, "V(CP)", 2.4e-3), 0);
+    EXPECT_EQ(LevelAt(c, "V(CP)", 2.8e-3), 0);
+    // "High" ignores the view.
+    EXPECT_EQ(LevelAt(c, "V(HIGHINV)", 1e-3), 1);
 }
 
 TEST(Logic, RingOfThreeInvertersOscillatesWithSixDelays) {
@@ -123,6 +138,15 @@ TEST(Logic, RingOfThreeInvertersOscillatesWithSixDelays) {
     ASSERT_GE(falling.size(), 15u);
     for (size_t i = 0; i < rising.size(); ++i) EXPECT_NEAR(rising[i], d + 6 * d * i, 1e-12 * rising[i]) << i;
     for (size_t i = 0; i < falling.size(); ++i) EXPECT_NEAR(falling[i], 4 * d + 6 * d * i, 1e-12 * falling[i]) << i;
+
+    // Saving the state as initial conditions keeps each output's level.
+    ASSERT_EQ(QZ3_SaveIC(c.ncir), 0) << QZ3_GetError();
+    char text[32];
+    for (const char* name : {"U1", "U2", "U3"}) {
+        const std::string trace = std::string("V(") + name + ")";
+        ASSERT_GE(QZ3_GetText(c.ncir, (std::string(name) + ".IC").c_str(), text, sizeof text), 0) << QZ3_GetError();
+        EXPECT_STREQ(text, c.Last(trace.c_str()) > kThr ? "High" : "Low") << name;
+    }
 }
 
 // Rising clock edges at 0.5 us + k us; each flip-flop waits 10 ns.
@@ -200,6 +224,15 @@ TEST(Logic, BadParametersRefuseTheRunWithTheirLines) {
     EXPECT_EQ(StartError(c),
               "QZ3_Start: CG : at least one input is needed\nFF : Delay < 0\nG2 : Up : formula error\n"
               "G2 : Down < 0\nOS : Width < 0\nST : Hysteresis < 0\nVG : Hysteresis < 0\n");
+}
+
+// A gate's output on a node that a voltage source holds: two outputs.
+TEST(Logic, GateOutputOnASourceNodeIsAShortCircuit) {
+    Circuit c(TestCircuit("logic_short.qz3"));
+    const bool failed = QZ3_Start(c.ncir) != 0 || QZ3_Simulate(c.ncir, 1e-4) != 0;
+    EXPECT_TRUE(failed);
+    const std::string error = QZ3_GetError();
+    EXPECT_NE(error.find("Short circuit: V1, U1"), std::string::npos) << error;
 }
 
 TEST(Logic, LoopWithoutDelayEndsInTheSearchesMessage) {
