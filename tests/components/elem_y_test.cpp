@@ -211,6 +211,37 @@ TEST(ElemY, SchmittTriggerHoldsItsLevelInsideTheBand) {
     }
 }
 
+// A formula gate whose box has one pin more than its named inputs and the
+// output: the last pin is a clock, and f is taken only at its rising level.
+TEST(ElemY, ClockedFormulaTakesItsInputsOnTheRisingClock) {
+    auto f = MakeElem<CElemY>("Y_FUNCTION", "Logic");
+    CXmlNode in;
+    const std::string text = R"(<Cmp func="!a"><Custom l="1" r="1" t="1"><Ins><In name="a"/></Ins></Custom></Cmp>)";
+    in.ParseText(text, 1);
+    f->Xml(&in, false);
+    ASSERT_EQ(f->pinCount, 3);
+    EXPECT_EQ(f->clocked, 1);
+    EXPECT_EQ(f->OutputPin(), 1);
+    LogicNet net(f.get(), 2, 1);
+    f->nodes[1] = 3;  // output
+    f->nodes[2] = 2;  // clock
+    const struct { int a, clock, out; } rows[] = {{0, 1, 0}, {0, 0, 0}, {0, 1, 1}, {1, 1, 1}, {1, 0, 1}, {1, 1, 0}};
+    for (const auto& row : rows) {
+        net.levels = {row.a, row.clock};
+        EXPECT_EQ(net.Out(3), row.out) << row.a << " " << row.clock;
+    }
+    // A formula that fails leaves its text for the state check.
+    f->func = "a+nosuch";
+    net.levels = {0, 0};
+    net.Out(3);
+    net.levels = {0, 1};
+    ASSERT_TRUE(net.net.Solve());
+    EXPECT_FALSE(f->CheckSegment(&net.net.calc, true));
+    bool changed = false;
+    EXPECT_FALSE(f->CheckState(&net.net.calc, true, &changed));
+    EXPECT_EQ(net.net.calc.m_Error.rfind("X1 : ", 0), 0u) << net.net.calc.m_Error;
+}
+
 TEST(ElemY, CheckLinesOfTheDelaysAndHysteresis) {
     const struct {
         const char* type;
