@@ -121,14 +121,18 @@ void CElemT::PinCurrents(const CSolverPort* calc, double* base, double* emitter,
 
 // V is the collector against the emitter and I the current into the
 // collector. "Linear" reads them from its nodes and branch (its base sits on
-// the emitter, so V times I is all its power); the junction models add up
-// their currents, and their power is that of all three pins.
+// the emitter, so V times I is all its power), and so does the current of
+// "Switch". The junction models add up their pin currents, and their power
+// is that of all three pins; in AC the junction model reads its transfer
+// branch, the collector's current while the base-collector junction is open.
 bool CElemT::GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) {
     *nodeA = nodes[kEmitter];
     *nodeB = nodes[kCollector];
-    *branch = firstBranch;
+    *branch = model == ModelId::Transistor ? firstBranch + 1 : firstBranch;
     *r = 0.0;
-    return kind == 0 || model == ModelId::Linear;
+    if (kind == 0 || model == ModelId::Linear) return true;
+    if (kind == 1 && model == ModelId::Switch) return true;
+    return !calc->IsTransient();
 }
 
 void CElemT::GetTraceValue(CSolverPort* calc, int kind, double* value, double* value2) {

@@ -206,6 +206,24 @@ TEST(Transistors, LinearModelLagsWithItsCorner) {
     EXPECT_NEAR(c.At("Ic", 0.5e-6), 0.0, 1e-15);
 }
 
+// In AC the same lag is the pole of the current gain at f1/B: 1 V through
+// 100 kOhm gives B * 10 uA into 1 kOhm, 1 V at low frequency.
+TEST(Transistors, LinearModelGainFallsFromItsCorner) {
+    Circuit c(TestCircuit("transistor_ac.qz3"));
+    ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+    const int vout = QZ3_GetACTrace(c.ncir, "V(RC)"), ic = QZ3_GetACTrace(c.ncir, "I(Q1)");
+    ASSERT_EQ(QZ3_GetACDataSize(c.ncir, vout), 201);
+    for (int k = 0; k < 201; k += 10) {
+        double f = 0, m = 0, phase = 0, fi = 0, mi = 0, phasei = 0;
+        ASSERT_EQ(QZ3_GetACDataAt(c.ncir, vout, k, &f, &m, &phase), 0) << QZ3_GetError();
+        ASSERT_EQ(QZ3_GetACDataAt(c.ncir, ic, k, &fi, &mi, &phasei), 0) << QZ3_GetError();
+        const double x = f / 10e3;
+        EXPECT_NEAR(m * std::sqrt(1 + x * x), 1.0, 1e-6) << f;
+        EXPECT_NEAR(phase, -std::atan(x) * 180 / kPi, 1e-4) << f;
+        EXPECT_NEAR(mi * 1e3, m, 1e-9) << f;
+    }
+}
+
 std::string StartError(Circuit& c) {
     EXPECT_EQ(QZ3_Start(c.ncir), -1);
     return QZ3_GetError();
@@ -224,10 +242,12 @@ TEST(Transistors, FaultyParametersAreListed) {
 // A base tied straight to an ideal source fights the junction's drop: the
 // search gives up at once with the transistor named, in either model.
 TEST(Transistors, HardDrivenBaseEndsWithAMessage) {
-    Circuit c(TestCircuit("transistor_hard_base.qz3"));
-    const std::string error = StartError(c);
-    EXPECT_EQ(error.rfind("QZ3_Start: No solution  while calculating switching triggered by Q1", 0), 0u) << error;
-    EXPECT_NE(error.find("Infinite current : Q1"), std::string::npos) << error;
+    for (const char* file : {"transistor_hard_base.qz3", "transistor_hard_base_switch.qz3"}) {
+        Circuit c(TestCircuit(file));
+        const std::string error = StartError(c);
+        EXPECT_EQ(error.rfind("QZ3_Start: No solution  while calculating switching triggered by Q1", 0), 0u) << error;
+        EXPECT_NE(error.find("Infinite current : Q1"), std::string::npos) << error;
+    }
 }
 
 // Every key comes back from a saved file as it was set; a transistor
