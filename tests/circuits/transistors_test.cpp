@@ -334,6 +334,17 @@ TEST(Transistors, SaveIcKeepsJunctionsAndCurrents) {
     ASSERT_EQ(QZ3_GetValue(c.ncir, "Q1.IC", &ic), 0) << QZ3_GetError();
     const Stage saturated = JunctionModel(10.7);
     EXPECT_NEAR(ic, 100 / 101.0 * (saturated.ic + saturated.ib), 1e-12);
+
+    // The channels give the word of their state, "Linear" its current.
+    Circuit fets(TestCircuit("transistor_nfets.qz3"));
+    ASSERT_TRUE(RunAt(fets, "VG", 2.003));
+    ASSERT_EQ(QZ3_SaveIC(fets.ncir), 0) << QZ3_GetError();
+    for (const auto& [name, value] : {std::pair{"M1.IC", "Saturated"}, {"M2.IC", "On"}, {"M4.IC", "Diode"}}) {
+        ASSERT_GE(QZ3_GetText(fets.ncir, name, text, sizeof text), 0) << name;
+        EXPECT_STREQ(text, value) << name;
+    }
+    ASSERT_EQ(QZ3_GetValue(fets.ncir, "M3.IC", &ic), 0) << QZ3_GetError();
+    EXPECT_NEAR(ic, 0.01 * 2.003, 1e-12);
 }
 
 }  // namespace
