@@ -39,4 +39,11 @@ bool CheckDiode(CSolverPort* calc, bool commit, int* state, int a, int b, int k,
     return false;
 }
 
+bool LeakOpenJunction(CSolverPort* calc, int a, int b) {
+    const bool empty = (a > 0 && !calc->RowHasEntries(a)) || (b > 0 && !calc->RowHasEntries(b));
+    if (!empty) return false;
+    calc->StampResistor(a, b, 0.1 / calc->Zero());
+    return true;
+}
+
 }  // namespace qz3

@@ -20,4 +20,8 @@ class CSolverPort;
 bool CheckDiode(CSolverPort* calc, bool commit, int* state, int a, int b, int k, double vOn, double vRev,
                 bool hasRev);
 
+// An open junction between a and b whose node has no other entry in its row
+// gets a large resistance, so that the row isn't empty; true when it did.
+bool LeakOpenJunction(CSolverPort* calc, int a, int b);
+
 }  // namespace qz3

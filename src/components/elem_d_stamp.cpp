@@ -228,11 +228,7 @@ bool CElemD::FloatFix(CSolverPort* calc) {
         int a = nodes[0], b = nodes[1];
         if (IsQuad()) QuadPair(n, &a, &b);
         const bool on = IsQuad() ? ((state >> n) & 1) != 0 : state != 0 && (!IsThyristor() || stage != 0);
-        if (on) continue;
-        const bool empty = (a > 0 && !calc->RowHasEntries(a)) || (b > 0 && !calc->RowHasEntries(b));
-        if (!empty) continue;
-        calc->StampResistor(a, b, 0.1 / calc->Zero());
-        fixed = true;
+        if (!on && LeakOpenJunction(calc, a, b)) fixed = true;
     }
     return !fixed;
 }

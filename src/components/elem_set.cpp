@@ -14,6 +14,7 @@
 #include "components/elem_sh.h"
 #include "components/elem_cs.h"
 #include "components/elem_d.h"
+#include "components/elem_fet.h"
 #include "components/elem_c.h"
 #include "components/elem_l.h"
 #include "components/elem_o.h"
@@ -22,6 +23,7 @@
 #include "components/elem_z.h"
 #include "components/elem_r.h"
 #include "components/elem_s.h"
+#include "components/elem_t.h"
 #include "components/elem_v.h"
 #include "components/elem_y.h"
 #include "components/variable.h"
@@ -83,10 +85,10 @@ const CCmpType kTypes[] = {
     {"O_OS", TypeId::SummingAmplifier, &CreateElement<CElemO>, 3, nullptr, nullptr, nullptr, kModelsOOS, &kAmplifierParams, 0, "Summing amplifier"},
     {"O_VCG", TypeId::VoltageControlledAmplifier, &CreateElement<CElemO>, 4, nullptr, nullptr, nullptr, kModelsOVCG, &kAmplifierParams, 0, "Voltage controlled amplifier"},
     {"O_CCG", TypeId::CurrentControlledAmplifier, &CreateElement<CElemO>, 4, nullptr, nullptr, nullptr, kModelsOCCG, &kAmplifierParams, 0, "Current controlled amplifier"},
-    {"T_TNPN", TypeId::Npn, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "NPN transistor"},
-    {"T_TPNP", TypeId::Pnp, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "PNP transistor"},
-    {"T_NFET", TypeId::NFet, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "N-FET"},
-    {"T_PFET", TypeId::PFet, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "P-FET"},
+    {"T_TNPN", TypeId::Npn, &CreateElement<CElemT>, 3, nullptr, nullptr, nullptr, kModelsNpn, &kBipolarParams, 0, "NPN transistor"},
+    {"T_TPNP", TypeId::Pnp, &CreateElement<CElemT>, 3, nullptr, nullptr, nullptr, kModelsPnp, &kBipolarParams, 0, "PNP transistor"},
+    {"T_NFET", TypeId::NFet, &CreateElement<CElemFET>, 3, nullptr, nullptr, nullptr, kModelsNFet, &kFetParams, 0, "N-FET"},
+    {"T_PFET", TypeId::PFet, &CreateElement<CElemFET>, 3, nullptr, nullptr, nullptr, kModelsPFet, &kFetParams, 0, "P-FET"},
     {"X_Delay", TypeId::Delay, &CreateElement<CElemDelay>, 2, nullptr, nullptr, nullptr, kModelsDelay, &kDelayParams, 0, "Delay"},
     {"F_1", TypeId::Function, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function"},
     {"F_1C", TypeId::FunctionClocked, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function with clock"},
