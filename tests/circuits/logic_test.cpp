@@ -89,6 +89,11 @@ TEST(Logic, FlipFlopsTakeTheirInputsAtTheActiveEdgeAfterTheirDelay) {
     const Series ff = c.Read("V(FF)");
     ExpectEdgesAt(ff, +1, {1.25e-3 + 10e-6, 4.25e-3 + 10e-6}, "FF rising");
     ExpectEdgesAt(ff, -1, {2.25e-3 + 10e-6}, "FF falling");
+    // The state reading shows the level taken at the edge while the output
+    // still waits for its delay.
+    EXPECT_EQ(c.At("S(FF)", 1.255e-3), 1.0);
+    EXPECT_EQ(LevelAt(c, "V(FF)", 1.255e-3), 0);
+    EXPECT_EQ(c.At("S(FF)", 1.2e-3), 0.0);
 
     // Falling clock active (view 2); rising output at once, falling after Down.
     const Series ffn = c.Read("V(FFN)");
