@@ -256,7 +256,7 @@ bool CElemCS::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
 // The signal runs while the control is above 0: it starts afresh at each
 // rising control and stops when the control falls.
 void CElemCS::CheckTimeModel(CSolverPort* calc, double c, bool commit, bool* changedOut) {
-    RunWhileControlled(calc, c, commit, true, changedOut);
+    RunWhileControlled(calc, c, commit, changedOut);
     CheckClock(commit, changedOut);
 }
 

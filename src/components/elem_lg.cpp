@@ -180,9 +180,7 @@ bool CElemLG::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
     *changedOut = false;
     if (IsControlled()) {
         const double c = Control(calc);
-        if (IsTimeModel(model)) {
-            RunWhileControlled(calc, c, commit, false, changedOut);
-        } else if (model == ModelId::OneShot) {
+        if (model == ModelId::OneShot) {
             CheckOneShot(this, c, signal.m_Width.m_Value, calc->Time(), commit, changedOut, tEnd);
             if (c < 0) state2 = 0;
         }
@@ -194,16 +192,44 @@ bool CElemLG::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
 // "Gate" moves inside the switching search, so that it changes at the
 // crossing the search has located and not one step behind it.
 bool CElemLG::CheckSegment(CSolverPort* calc, bool commit) {
-    if (!IsControlled() || model != ModelId::Source) return false;
+    if (!IsControlled()) return false;
+    if (IsTimeModel(model)) return RunSignalInSearch(calc, commit);
+    if (model != ModelId::Source) return false;
     const double c = Control(calc), h = HalfBand();
     if (!((state == 1 && c + h < 0) || (state == 0 && c - h > 0))) return false;
     if (commit) state = 1 - state;
     return true;
 }
 
+// A controlled time model starts and stops inside the search as well, at
+// the control's own edge. The search compares `state`, which is kept equal
+// to the signal's level; a start that leaves the level where it was only
+// asks for the signal's first corner.
+bool CElemLG::RunSignalInSearch(CSolverPort* calc, bool commit) {
+    const double c = Control(calc);
+    const bool start = !signal.m_Running && c > 0;
+    if (!start && !(signal.m_Running && c < 0)) return false;
+    if (!commit) return true;
+    bool moved = false;
+    RunWhileControlled(calc, c, true, &moved);
+    if (start) {
+        double next = std::nan(""), stepMax = calc->StepBase(), stepMin = 0.0;
+        signal.NextEvent(calc->Time(), calc->StepBase(), &next, &stepMax, &stepMin);
+        if (!std::isnan(next)) calc->AskBreak(next);
+    }
+    const int level = Level();
+    if (level == state) return false;
+    state = level;
+    return true;
+}
+
 void CElemLG::NextEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
-    if (IsTimeModel(model)) SignalEvent(calc, t, tNext, stepMax, stepMin);
-    else if (model == ModelId::OneShot) OneShotEvent(this, t, signal.m_Width.m_Value, tEnd, tNext, stepMax);
+    if (IsTimeModel(model)) {
+        SignalEvent(calc, t, tNext, stepMax, stepMin);
+        if (IsControlled()) state = Level();
+    } else if (model == ModelId::OneShot) {
+        OneShotEvent(this, t, signal.m_Width.m_Value, tEnd, tNext, stepMax);
+    }
 }
 
 bool CElemLG::GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) {

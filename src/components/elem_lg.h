@@ -51,7 +51,7 @@ private:
     bool Init(CSolverPort* calc, double t);
     void ReadStored(const std::string& stored);
     bool Stamp(CSolverPort* calc);
-    void CheckTimeModel(CSolverPort* calc, double c, bool commit, bool* changed);
+    bool RunSignalInSearch(CSolverPort* calc, bool commit);
     void SetPinGroups();
 };
 

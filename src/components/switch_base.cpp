@@ -60,15 +60,15 @@ void CSwitchBase::CheckClock(bool commit, bool* changedOut) {
     if (commit) signal.ClockClose();
 }
 
-void CSwitchBase::RunWhileControlled(const CSolverPort* calc, double c, bool commit, bool stopChanges, bool* changedOut) {
+void CSwitchBase::RunWhileControlled(const CSolverPort* calc, double c, bool commit, bool* changedOut) {
     if (!signal.m_Running && c > 0) {
         *changedOut = true;
         if (!commit) return;
         signal.SyncNumbers();
         signal.RestartWave(calc->Time());
     } else if (signal.m_Running && c < 0) {
-        if (stopChanges) *changedOut = true;
-        if (commit || !stopChanges) signal.m_Running = false;
+        *changedOut = true;
+        if (commit) signal.m_Running = false;
     }
 }
 
