@@ -9,6 +9,8 @@
 // rising control, "High" and "Low" stay put and ignore the view. View 1
 // inverts the output of every other model. The control side works as a
 // controlled switch's does, so the signal machinery is the switches' own.
+// "Gate" and the controlled time models move inside the switching search,
+// so they change at the control's own edge or located crossing, as gates do.
 #pragma once
 
 #include "components/switch_base.h"
