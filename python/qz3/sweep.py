@@ -129,6 +129,40 @@ def _outcome(future, params):
         return dict(params, error=f"worker failed: {type(error).__name__}: {error}")
 
 
+def _process_pool(workers):
+    # Workers fork from a server process that has imported the package once,
+    # not from the caller: a fork of the caller would inherit its threads
+    # (a Dask client's, say) and its open circuits; a fresh interpreter per
+    # worker would import NumPy again each time.
+    context = multiprocessing.get_context("forkserver")
+    context.set_forkserver_preload(["qz3"])
+    return concurrent.futures.ProcessPoolExecutor(workers, mp_context=context)
+
+
+def _killed_by_pool(record):
+    return "BrokenProcessPool" in record.get("error", "")
+
+
+def _in_processes(workers, name, content, runs, measure, run):
+    with _process_pool(workers) as pool:
+        records = _on_executor(pool, name, content, runs, measure, run)
+    # A process that dies takes every run still pending in its pool with it.
+    # Those runs are made again one at a time in a pool of one process, so
+    # that a pool that breaks now names the run that broke it.
+    pool = None
+    for i, record in enumerate(records):
+        if not _killed_by_pool(record):
+            continue
+        pool = pool or _process_pool(1)
+        records[i] = _outcome(pool.submit(run_one, name, content, runs[i], measure, run), runs[i])
+        if _killed_by_pool(records[i]):
+            pool.shutdown()
+            pool = None
+    if pool:
+        pool.shutdown()
+    return records
+
+
 def sweep(path, params, measure, executor=None, samples=None, seed=None, workers=None,
           time=None, step=None, run=True):
     """Runs the circuit of ``path`` once per combination of ``params`` values.
@@ -162,11 +196,7 @@ def sweep(path, params, measure, executor=None, samples=None, seed=None, workers
     settings = {"time": time, "step": step} if run else None
     name = os.path.basename(os.fspath(path))
     if executor is None:
-        # Fresh interpreters rather than forks: a fork would inherit the
-        # caller's threads and open circuits, which the runs have no use for.
-        context = multiprocessing.get_context("spawn")
-        with concurrent.futures.ProcessPoolExecutor(workers or os.cpu_count(), mp_context=context) as pool:
-            return _on_executor(pool, name, content, runs, packed, settings)
+        return _in_processes(workers or os.cpu_count(), name, content, runs, packed, settings)
     if _is_dask_client(executor):
         return _on_dask(executor, name, content, runs, packed, settings)
     return _on_executor(executor, name, content, runs, packed, settings)
