@@ -43,6 +43,10 @@ def test_values_and_texts_are_read_written_and_saved(scratch_copy):
         t, v = circuit.run(time=2e-3).trace("V(C1)")
         # The new values are those of this run: the same time constant.
         np.testing.assert_allclose(v, 1 - np.exp(-t / TAU), atol=1e-4)
+        # A formula longer than the first buffer comes back whole.
+        long_text = "=2000" + "+0" * 300
+        circuit["R1.R"] = long_text
+        assert circuit.text("R1.R") == long_text and circuit["R1.R"] == 2e3
         circuit.save()
         circuit.save_as(path + ".copy.qz3")
     for saved in (path, path + ".copy.qz3"):

@@ -77,6 +77,16 @@ def test_trace_names_as_the_measure_and_bad_sweeps(example):
                         executor=concurrent.futures.ThreadPoolExecutor(1), time=1e-3)
     t, v = records[0]["result"]["V(C1)"]
     np.testing.assert_allclose(v[1:], 1 - np.exp(-t[1:] / 1e-3), atol=1e-4)
+    # Unrun circuits for a measure that makes its own analysis.
+    corner = 1 / (2 * np.pi * 1e-3)
+    records = qz3.sweep(example("rc_lowpass_ac.qz3"), {"C1.C": [1e-6, 2e-6]}, run=False,
+                        measure=lambda circuit: (circuit.time, circuit.ac()["Vout"]),
+                        executor=concurrent.futures.ThreadPoolExecutor(2))
+    for record in records:
+        time_before, (f, magnitude, _) = record["result"]
+        assert time_before == 0.0
+        gain = np.interp(corner, f, magnitude)
+        assert gain == pytest.approx(1 / abs(1 + 1j * record["C1.C"] / 1e-6), rel=1e-3)
     with pytest.raises(qz3.Qz3Error, match="sweep values of R1.R are not a list"):
         qz3.sweep(example("rc_lowpass.qz3"), {"R1.R": 5}, "V(C1)")
     with pytest.raises(FileNotFoundError):
