@@ -15,6 +15,7 @@ import multiprocessing
 import os
 import shutil
 import tempfile
+import threading
 
 import cloudpickle
 import numpy as np
@@ -62,21 +63,24 @@ def draws(params, samples, seed=None):
 
 _files = {}
 _folder = None
+_files_lock = threading.Lock()  # runs of a thread pool share this process's copies
 
 
 def _local_copy(name, content):
     """The schematic as a file of this process, written once per content."""
     global _folder
     key = hashlib.sha1(content).hexdigest()
-    path = _files.get(key)
-    if path is None:
-        if _folder is None:
-            _folder = tempfile.mkdtemp(prefix="qz3-sweep-")
-            atexit.register(shutil.rmtree, _folder, True)
-        os.makedirs(os.path.join(_folder, key))
-        path = _files[key] = os.path.join(_folder, key, name)
-        with open(path, "wb") as file:
-            file.write(content)
+    with _files_lock:
+        path = _files.get(key)
+        if path is None:
+            if _folder is None:
+                _folder = tempfile.mkdtemp(prefix="qz3-sweep-")
+                atexit.register(shutil.rmtree, _folder, True)
+            os.makedirs(os.path.join(_folder, key))
+            path = os.path.join(_folder, key, name)
+            with open(path, "wb") as file:
+                file.write(content)
+            _files[key] = path
     return path
 
 

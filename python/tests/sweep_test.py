@@ -91,3 +91,13 @@ def test_trace_names_as_the_measure_and_bad_sweeps(example):
         qz3.sweep(example("rc_lowpass.qz3"), {"R1.R": 5}, "V(C1)")
     with pytest.raises(FileNotFoundError):
         qz3.sweep(example("no_such_file.qz3"), {"R1.R": [5]}, "V(C1)")
+
+
+def test_threads_that_start_together_share_one_copy_of_the_file(example, tmp_path):
+    # New bytes, so that every thread of the pool asks for the first copy at once.
+    path = tmp_path / "rc_fresh.qz3"
+    path.write_bytes(open(example("rc_lowpass.qz3"), "rb").read() + f"<!-- {tmp_path} -->\n".encode())
+    with concurrent.futures.ThreadPoolExecutor(8) as threads:
+        records = qz3.sweep(str(path), {"R1.R": RESISTORS * 4}, lambda circuit: circuit["R1.R"],
+                            executor=threads, run=False)
+    assert [r.get("result") for r in records] == RESISTORS * 4
