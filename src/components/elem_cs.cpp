@@ -256,16 +256,7 @@ bool CElemCS::CheckState(CSolverPort* calc, bool commit, bool* changedOut) {
 // The signal runs while the control is above 0: it starts afresh at each
 // rising control and stops when the control falls.
 void CElemCS::CheckTimeModel(CSolverPort* calc, double c, bool commit, bool* changedOut) {
-    if (!signal.m_Running && c > 0) {
-        *changedOut = true;
-        if (commit) {
-            signal.SyncNumbers();
-            signal.RestartWave(calc->Time());
-        }
-    } else if (signal.m_Running && c < 0) {
-        *changedOut = true;
-        if (commit) signal.m_Running = false;
-    }
+    RunWhileControlled(calc, c, commit, changedOut);
     CheckClock(commit, changedOut);
 }
 

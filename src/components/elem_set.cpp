@@ -9,6 +9,7 @@
 #include "components/elem_delay.h"
 #include "components/elem_integral.h"
 #include "components/elem_label.h"
+#include "components/elem_lg.h"
 #include "components/elem_line.h"
 #include "components/elem_sh.h"
 #include "components/elem_cs.h"
@@ -24,6 +25,7 @@
 #include "components/elem_s.h"
 #include "components/elem_t.h"
 #include "components/elem_v.h"
+#include "components/elem_y.h"
 #include "components/variable.h"
 
 namespace qz3 {
@@ -102,23 +104,23 @@ const CCmpType kTypes[] = {
     {"W_T3", TypeId::DifferentialTransformer, &CreateElement<CElemPending>, 5, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Differential transformer"},
     {"W_CUSTOM", TypeId::CustomTransformer, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Custom transformer"},
     {"W_WM", TypeId::Wattmeter, &CreateElement<CElemA>, 3, nullptr, nullptr, nullptr, kModelsWattmeter, nullptr, 0, "Wattmeter"},
-    {"Y_1", TypeId::Gate, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Gate"},
-    {"Y_2_AND", TypeId::And2, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "AND gate"},
-    {"Y_2_OR", TypeId::Or2, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "OR gate"},
-    {"Y_2_XOR", TypeId::Xor2, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "XOR gate"},
-    {"Y_3_AND", TypeId::And3, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "AND gate"},
-    {"Y_3_OR", TypeId::Or3, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "OR gate"},
-    {"Y_3_XOR", TypeId::Xor3, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "XOR gate"},
-    {"Y_CUSTOM", TypeId::CustomGate, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Custom gate"},
-    {"Y_FUNCTION", TypeId::LogicalFunction, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Logical function"},
-    {"Y_FF", TypeId::DFlipFlop, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "D flip-flop"},
-    {"Y_RS", TypeId::SrTrigger, &CreateElement<CElemPending>, 6, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "SR trigger"},
-    {"Y_JK", TypeId::JkTrigger, &CreateElement<CElemPending>, 7, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "JK trigger"},
-    {"Y_ST", TypeId::SchmittTrigger, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Schmitt trigger"},
-    {"Y_LG", TypeId::LogicGenerator, &CreateElement<CElemPending>, 1, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Logic generator"},
-    {"Y_CLG", TypeId::LogicControlledGenerator, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Logic controlled logic generator"},
-    {"Y_VCLG", TypeId::VoltageControlledGenerator, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Voltage controlled logic generator"},
-    {"Y_CCLG", TypeId::CurrentControlledGenerator, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Current controlled logic generator"},
+    {"Y_1", TypeId::Gate, &CreateElement<CElemY>, 2, nullptr, nullptr, nullptr, kModelsGate, &kLogicParams, 0, "Gate"},
+    {"Y_2_AND", TypeId::And2, &CreateElement<CElemY>, 3, nullptr, nullptr, nullptr, kModelsGate, &kLogicParams, 0, "AND gate"},
+    {"Y_2_OR", TypeId::Or2, &CreateElement<CElemY>, 3, nullptr, nullptr, nullptr, kModelsGate, &kLogicParams, 0, "OR gate"},
+    {"Y_2_XOR", TypeId::Xor2, &CreateElement<CElemY>, 3, nullptr, nullptr, nullptr, kModelsGate, &kLogicParams, 0, "XOR gate"},
+    {"Y_3_AND", TypeId::And3, &CreateElement<CElemY>, 4, nullptr, nullptr, nullptr, kModelsGate, &kLogicParams, 0, "AND gate"},
+    {"Y_3_OR", TypeId::Or3, &CreateElement<CElemY>, 4, nullptr, nullptr, nullptr, kModelsGate, &kLogicParams, 0, "OR gate"},
+    {"Y_3_XOR", TypeId::Xor3, &CreateElement<CElemY>, 4, nullptr, nullptr, nullptr, kModelsGate, &kLogicParams, 0, "XOR gate"},
+    {"Y_CUSTOM", TypeId::CustomGate, &CreateElement<CElemY>, 0, nullptr, nullptr, nullptr, kModelsGate, &kLogicParams, 0, "Custom gate"},
+    {"Y_FUNCTION", TypeId::LogicalFunction, &CreateElement<CElemY>, 0, nullptr, nullptr, nullptr, kModelsLogicFunction, &kLogicParams, 0, "Logical function"},
+    {"Y_FF", TypeId::DFlipFlop, &CreateElement<CElemY>, 4, nullptr, nullptr, nullptr, kModelsFlipFlop, &kLogicParams, 0, "D flip-flop"},
+    {"Y_RS", TypeId::SrTrigger, &CreateElement<CElemY>, 6, nullptr, nullptr, nullptr, kModelsFlipFlopDominance, &kLogicParams, 0, "SR trigger"},
+    {"Y_JK", TypeId::JkTrigger, &CreateElement<CElemY>, 7, nullptr, nullptr, nullptr, kModelsFlipFlopDominance, &kLogicParams, 0, "JK trigger"},
+    {"Y_ST", TypeId::SchmittTrigger, &CreateElement<CElemY>, 2, nullptr, nullptr, nullptr, kModelsSchmitt, &kLogicParams, 0, "Schmitt trigger"},
+    {"Y_LG", TypeId::LogicGenerator, &CreateElement<CElemLG>, 1, nullptr, nullptr, nullptr, kModelsLogicGenerator, &kLogicGeneratorParams, 0, "Logic generator"},
+    {"Y_CLG", TypeId::LogicControlledGenerator, &CreateElement<CElemLG>, 2, nullptr, nullptr, nullptr, kModelsLogicControlledGenerator, &kLogicGeneratorParams, 0, "Logic controlled logic generator"},
+    {"Y_VCLG", TypeId::VoltageControlledGenerator, &CreateElement<CElemLG>, 3, nullptr, nullptr, nullptr, kModelsVoltageControlledGenerator, &kLogicGeneratorParams, 0, "Voltage controlled logic generator"},
+    {"Y_CCLG", TypeId::CurrentControlledGenerator, &CreateElement<CElemLG>, 3, nullptr, nullptr, nullptr, kModelsCurrentControlledGenerator, &kLogicGeneratorParams, 0, "Current controlled logic generator"},
     {"Y_BUS", TypeId::Bus, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Bus"},
     {"X_Line", TypeId::TransmissionLine, &CreateElement<CElemLine>, 4, nullptr, nullptr, nullptr, kModelsLine, &kLineParams, 0, "Transmission line"},
     {"X_SH", TypeId::SampleHold, &CreateElement<CElemSH>, 3, nullptr, nullptr, nullptr, kModelsSampleHold, &kSampleHoldParams, 0, "Sample/hold"},

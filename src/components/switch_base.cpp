@@ -60,6 +60,18 @@ void CSwitchBase::CheckClock(bool commit, bool* changedOut) {
     if (commit) signal.ClockClose();
 }
 
+void CSwitchBase::RunWhileControlled(const CSolverPort* calc, double c, bool commit, bool* changedOut) {
+    if (!signal.m_Running && c > 0) {
+        *changedOut = true;
+        if (!commit) return;
+        signal.SyncNumbers();
+        signal.RestartWave(calc->Time());
+    } else if (signal.m_Running && c < 0) {
+        *changedOut = true;
+        if (commit) signal.m_Running = false;
+    }
+}
+
 void CSwitchBase::SignalEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin) {
     if (IsTimeModel(model)) signal.NextEvent(t, calc->StepBase(), tNext, stepMax, stepMin);
 }

@@ -57,6 +57,9 @@ protected:
     void StampContacts(CSolverPort* calc, int p);
     // "Clock" at its edge reports a change; with commit the edge closes.
     void CheckClock(bool commit, bool* changed);
+    // The signal runs while the control c is above 0: a rising control
+    // starts it afresh at the present time, a falling one stops it.
+    void RunWhileControlled(const CSolverPort* calc, double c, bool commit, bool* changed);
     void SignalEvent(CSolverPort* calc, double t, double* tNext, double* stepMax, double* stepMin);
     void SetContactGroups();
 };

@@ -4,10 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <vector>
 
 #include "xml/xml_node.h"
 
@@ -140,6 +142,36 @@ TEST(Signal, CycledTableReadsTheEndOfTheTurnUpToTheWrap) {
     // The value after the corner search still follows the exact time.
     ASSERT_TRUE(signal.ValueAt(hairBefore, v, error));
     EXPECT_NEAR(v, -0.5, 1e-9);
+}
+
+// Stepping as the solver does (to the next corner, or by the largest step),
+// a cycled table lands on every pair time of every turn, the wrap included.
+TEST(Signal, CycledListLandsOnEveryCornerOfEveryTurn) {
+    for (double maxStep : {0.3e-3, 1e-3, 2e-3}) {
+        CSignal signal;
+        signal.m_List = "0 0, 1e-3 1, 2e-3 0";
+        signal.m_Cycle = true;
+        std::string error;
+        ASSERT_TRUE(signal.Prepare(ModelId::List, Numbers(), error)) << error;
+        signal.Start(0.0, true);
+        std::vector<double> times;
+        double t = 0.0;
+        for (int n = 0; n < 1000 && t < 10e-3; ++n) {
+            double next = NAN, stepMax = maxStep;
+            signal.NextEvent(t, maxStep, &next, &stepMax, nullptr);
+            double to = t + std::min(maxStep, stepMax);
+            if (!std::isnan(next) && next < to) to = next;
+            ASSERT_GT(to, t);
+            t = to;
+            times.push_back(t);
+        }
+        for (int k = 1; k <= 9; ++k) {
+            const double corner = k * 1e-3;
+            const bool landed = std::any_of(times.begin(), times.end(),
+                                            [&](double x) { return std::fabs(x - corner) <= 1e-12 * corner; });
+            EXPECT_TRUE(landed) << "corner " << corner << " step " << maxStep;
+        }
+    }
 }
 
 TEST(Signal, ListEdgeCases) {
