@@ -246,4 +246,28 @@ TEST_F(CosimExports, LockStepStaircaseDrivesTheRcLikeItsAnalyticResponse) {
     EXPECT_NEAR(LastValue(vc), analytic(stairs.size() * kInterval), 2e-3);
 }
 
+// An input takes any double as the source would; one that is no number
+// makes the next interval fail on its solution, with the solver's text, and
+// a finite value afterwards runs the circuit again from its start.
+TEST_F(CosimExports, NonFiniteInputFailsTheIntervalAndTheCircuitRunsAgain) {
+    Open("cosim_rc.qz3");
+    const int input = Input("VIN");
+    const int vc = QZ3_AddVTrace(ncir, "C1");
+    ASSERT_GE(vc, 0) << Error();
+    ASSERT_EQ(QZ3_SetInputValue(ncir, input, 1.0), 0) << Error();
+    ASSERT_EQ(QZ3_SimulateInterval(ncir, 1e-4), 0) << Error();
+    for (double bad : {NAN, INFINITY, -INFINITY}) {
+        ASSERT_EQ(QZ3_SetInputValue(ncir, input, bad), 0) << Error();
+        EXPECT_EQ(Error(), "OK");
+        EXPECT_EQ(QZ3_SimulateInterval(ncir, 1e-4), -1);
+        EXPECT_EQ(Error(), "QZ3_SimulateInterval: Infinite or invalid solution");
+    }
+    ASSERT_EQ(QZ3_SetInputValue(ncir, input, 2.0), 0) << Error();
+    ASSERT_EQ(QZ3_SimulateInterval(ncir, 1e-4), 0) << Error();
+    double now = NAN;
+    ASSERT_EQ(QZ3_GetSimulationTime(ncir, &now), 0) << Error();
+    EXPECT_NEAR(now, 1e-4, 1e-12);
+    EXPECT_NEAR(LastValue(vc), 2.0, 1e-9);
+}
+
 }  // namespace

@@ -160,7 +160,12 @@ TEST(ControlledSources, VcoFrequencyFollowsItsControlAndPwmEdgesAreExact) {
         int rises = 0;
         for (size_t i = 1; i < out.size(); ++i) rises += out.y[i - 1] == 0.0 && out.y[i] == 5.0;
         EXPECT_EQ(rises, 20);
-        EXPECT_EQ(QZ3_SetValue(c.ncir, "VC.V", 3.0), 0) << QZ3_GetError();
+        // A new control for the next run: 3 kHz.
+        ASSERT_EQ(QZ3_SetValue(c.ncir, "VC.V", 3.0), 0) << QZ3_GetError();
+        const Series faster = RunAndRead(c, "RL", 10e-3);
+        rises = 0;
+        for (size_t i = 1; i < faster.size(); ++i) rises += faster.y[i - 1] == 0.0 && faster.y[i] == 5.0;
+        EXPECT_EQ(rises, 30);
     }
     Circuit c(TestCircuit("vcs_pwm.qz3"));
     const Series out = RunAndRead(c, "RL", 5e-3);
@@ -173,6 +178,37 @@ TEST(ControlledSources, VcoFrequencyFollowsItsControlAndPwmEdgesAreExact) {
     for (size_t k = 0; k < falls.size(); ++k) EXPECT_NEAR(falls[k], k * 1e-3 + 0.3e-3, 1e-15) << k;
     ASSERT_GE(rises.size(), 4u);
     for (size_t k = 1; k < rises.size(); ++k) EXPECT_NEAR(rises[k], (k + 0.0) * 1e-3, 1e-15) << k;
+}
+
+// The control steps from 1 V to 3 V at 5 ms: the square counts 5 periods
+// of 1 kHz before and 15 of 3 kHz after, and the sine, whose phase is
+// accumulated, goes on from where it was without a jump: it follows
+// sin(2 pi (1000 t)) and then sin(2 pi (5 + 3000 (t - 5 ms))).
+TEST(ControlledSources, VcoPhaseIsAccumulatedWhenTheControlSteps) {
+    Circuit c(TestCircuit("vcs_vco_step.qz3"));
+    const int sine = QZ3_AddVTrace(c.ncir, "RS");
+    const Series square = RunAndRead(c, "RL", 10e-3);
+    int before = 0, after = 0;
+    for (size_t i = 1; i < square.size(); ++i) {
+        if (square.y[i - 1] != 0.0 || square.y[i] != 5.0) continue;
+        (square.t[i] < 5e-3 ? before : after) += 1;
+    }
+    EXPECT_EQ(before, 5);
+    EXPECT_EQ(after, 15);
+    const int count = QZ3_GetDataSize(c.ncir, sine);
+    ASSERT_GT(count, 10000);
+    double previous = 0.0, worstJump = 0.0, worstError = 0.0;
+    for (int i = 0; i < count; ++i) {
+        double t = NAN, y = NAN;
+        ASSERT_EQ(QZ3_GetDataAt(c.ncir, sine, i, &t, &y), 0);
+        const double turns = t <= 5e-3 ? 1000 * t : 5 + 3000 * (t - 5e-3);
+        worstError = std::fmax(worstError, std::fabs(y - std::sin(2 * kPi * turns)));
+        if (i > 0) worstJump = std::fmax(worstJump, std::fabs(y - previous));
+        previous = y;
+    }
+    // One step of 1 us at 3 kHz turns the phase by 0.003 of a period.
+    EXPECT_LT(worstJump, 2 * kPi * 3000 * 1e-6 * 1.01);
+    EXPECT_LT(worstError, 5e-3);
 }
 
 // A control pulse train of 1 ms crosses the 0.5 threshold upwards three
