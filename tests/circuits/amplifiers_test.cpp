@@ -284,6 +284,38 @@ TEST(Amplifiers, ParametersSurviveSaveAndReopen) {
     std::remove(copy.c_str());
 }
 
+// Every parameter of every amplifier and controlled-source model, set to a
+// value of its own, comes back from a saved and re-opened file, choices and
+// live formulas included.
+TEST(Amplifiers, EveryModelKeyComesBackFromTheFile) {
+    const std::pair<const char*, const char*> values[] = {
+        {"OP.K", "2.5"},         {"OP.f1", "7"},          {"OP.Vhi", "12"},       {"OP.Vlo", "-10"},
+        {"OP.IC", "3"},          {"CMP.Hysteresis", "2"}, {"CMP.Vhi", "5"},       {"CMP.Vlo", "-5"},
+        {"CMP.Delay", "=2*3"},   {"CMP.IC", "High"},      {"GM.K", "-1.5"},       {"GM.Ihi", "2"},
+        {"GM.Ilo", "-3"},        {"GM.IC", "-2"},       {"TR.Hysteresis", "4"}, {"LIN.IC", "1.5"},
+        {"FUN.f", "s*s+t"},      {"FUN.IC", "6"},         {"PWM.Vmax", "10"},     {"PWM.F", "50"},
+        {"PWM.V1", "5"},         {"PWM.V0", "-1"},        {"PWM.Phase", "90"},    {"VCO.V1", "3"},
+        {"VCO.V0", "1"},       {"VCO.Phase", "45"},     {"VCO.dFdV", "100"},   {"VCO.Type", "Triangle"},
+        {"OS.Threshold", "1.5"}, {"OS.Width", "3"},       {"OS.V1", "2"},         {"OS.V0", "-2"},
+        {"CCO.Type", "Sawtooth"}, {"CCO.I1", "8"},        {"CCO.I0", "-8"},       {"CCO.dFdI", "50"},
+        {"CCO.Phase", "30"},     {"IPWM.Imax", "4"},      {"IPWM.F", "500"},      {"FE.IC", "9"},
+        {"FE.f", "u*2"},         {"G1.I", "11"},
+    };
+    const std::string copy = ::testing::TempDir() + "amp_keys_copy.qz3";
+    {
+        Circuit c(TestCircuit("amp_keys.qz3"));
+        for (const auto& [name, text] : values) ASSERT_EQ(QZ3_SetText(c.ncir, name, text), 0) << name << QZ3_GetError();
+        ASSERT_EQ(QZ3_SaveAs(c.ncir, copy.c_str()), 0) << QZ3_GetError();
+    }
+    Circuit c(copy);
+    char text[256];
+    for (const auto& [name, value] : values) {
+        ASSERT_GE(QZ3_GetText(c.ncir, name, text, sizeof text), 0) << name << QZ3_GetError();
+        EXPECT_STREQ(text, value) << name;
+    }
+    std::remove(copy.c_str());
+}
+
 // The closed-loop buck converter of the examples: the error amplifier's
 // integrator brings the output mean to the 5 V reference, before and after
 // the load doubles at 10 ms, with the duty cycle near 5/12.
