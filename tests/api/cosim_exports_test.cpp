@@ -97,7 +97,16 @@ TEST_F(CosimExports, SetInputKnowsOnlyItsOwnCircuitsInputHandles) {
     ASSERT_GE(other, 0) << Error();
     EXPECT_EQ(QZ3_SetInputValue(other, input, 1.0), -1);
     EXPECT_EQ(Error(), "QZ3_SetInputValue: wrong input handle");
+    // A closed circuit is no circuit, its own handles included; this one
+    // goes on working.
+    const int closedInput = QZ3_GetInput(other, "VIN");
+    ASSERT_GE(closedInput, 0) << Error();
     QZ3_Close(other);
+    EXPECT_EQ(QZ3_SetInputValue(other, closedInput, 1.0), -1);
+    EXPECT_EQ(Error(), "QZ3_SetInputValue: wrong circuit handle");
+    EXPECT_EQ(QZ3_GetInput(other, "VIN"), -1);
+    EXPECT_EQ(Error(), "QZ3_GetInput: wrong circuit handle");
+    EXPECT_EQ(QZ3_SetInputValue(ncir, input, 1.0), 0) << Error();
 }
 
 TEST_F(CosimExports, GetOutputTakesLabelsAmmetersAndVoltmetersOnly) {

@@ -85,7 +85,8 @@ TEST(Amplifiers, NonInvertingAmplifierClipsAtItsLimitsAtTheAnalyticTimes) {
 }
 
 // Every amplifier form and the controlled sources at a DC input (2 V and
-// 0.5 V): the value each one's model gives.
+// 0.5 V): the value each one's model gives, current inputs and a gain
+// control included.
 TEST(Amplifiers, EachFormAndModelGivesItsTransferValue) {
     Circuit c(TestCircuit("amp_models.qz3"));
     struct Expected {
@@ -102,6 +103,9 @@ TEST(Amplifiers, EachFormAndModelGivesItsTransferValue) {
         {"R10", 2.5},   // "PWL" slope 2 up to 1, then 0.5
         {"R11", -1.0},  // "V_CCVS" 500 V/A, control current counted from pin 3 to pin 2
         {"R13", -2.0},  // "I_CCCS" 4 A/A likewise
+        {"R21", 2.0},   // "O_CV" 1000 V/A of the 2 mA through its shorted input
+        {"R23", 6.0},   // "O_CC" 3 A/A of the same 2 mA into 1 kOhm
+        {"R25", 2.0},   // "O_VCG" gain 1 while its control (0.5 V) is below 1
     };
     std::vector<int> traces;
     for (const Expected& row : rows) traces.push_back(QZ3_AddVTrace(c.ncir, row.load));
@@ -136,6 +140,25 @@ TEST(Amplifiers, SchmittTriggerOscillatorHasTheAnalyticPeriod) {
     double v = NAN;
     ASSERT_EQ(QZ3_GetData(c.ncir, cap, rises[1], &v), 0);
     EXPECT_NEAR(v, -1.0, 1e-3);
+}
+
+// A comparator with 2 V of hysteresis and 10 us of delay on a 15 V sine:
+// its input passes +1 V and -1 V where 15 sin(wt) does, and the output
+// follows each crossing 10 us later (the crossing located to a quarter of
+// the 1 us step).
+TEST(Amplifiers, ComparatorOutputFollowsItsCrossingsAfterTheDelay) {
+    Circuit c(TestCircuit("amp_comparator_delay.qz3"));
+    const Series out = RunAndRead(c, "RL", 1e-3);
+    std::vector<double> rises, falls;
+    for (size_t i = 1; i < out.size(); ++i) {
+        if (out.y[i - 1] == -5.0 && out.y[i] == 5.0) rises.push_back(out.t[i - 1]);
+        if (out.y[i - 1] == 5.0 && out.y[i] == -5.0) falls.push_back(out.t[i - 1]);
+    }
+    ASSERT_EQ(rises.size(), 1u);
+    ASSERT_EQ(falls.size(), 1u);
+    const double crossing = std::asin(1.0 / 15.0) / (2 * kPi * 1000);
+    EXPECT_NEAR(rises[0], crossing + 10e-6, 0.3e-6);
+    EXPECT_NEAR(falls[0], 0.5e-3 + crossing + 10e-6, 0.3e-6);
 }
 
 // An output fed straight back without hysteresis, and an ideal op-amp
