@@ -269,11 +269,29 @@ TEST(Amplifiers, BadParametersGiveTheirMessages) {
         {"vcs_oneshot.qz3", {{"G1.Width", "-1"}, {"G1.I1", "inf"}}, "QZ3_Start: G1 : I1 = infinite\nG1 : Width < 0\n"},
         {"amp_models.qz3", {{"CHR.pwl", "1,2,x"}}, "QZ3_Start: CHR : PWL error: Syntax error: 'x' is invalid character\n"},
         {"vcs_vco.qz3", {{"E1.dFdV", "=VC.V*1e400"}}, "QZ3_Start: E1 : dFdV = infinite\n"},
+        {"amp_keys.qz3", {{"GM.Ihi", "-5"}}, "QZ3_Start: GM : Ihi < Ilo\n"},
+        {"amp_keys.qz3", {{"OP.IC", "inf"}}, "QZ3_Start: OP : IC = infinite\n"},
+        {"amp_keys.qz3", {{"CMP.Hysteresis", "inf"}}, "QZ3_Start: CMP : Hysteresis = infinite\n"},
+        {"amp_keys.qz3", {{"IPWM.Imax", "0"}}, "QZ3_Start: IPWM : Imax <= 0\n"},
     };
     for (const Case& k : cases) {
         Circuit c(TestCircuit(k.file));
         for (const auto& [name, text] : k.set) ASSERT_EQ(QZ3_SetText(c.ncir, name, text), 0) << name << QZ3_GetError();
         EXPECT_EQ(StartError(c), k.error) << k.file;
+    }
+    // Formulas that fail keep their text and name their parameter at the
+    // start, the upper current limit by its old name "IVhi".
+    const std::pair<const char*, const char*> formulaFaults[] = {
+        {"GM.Ihi", "QZ3_Start: GM : IVhi : formula error\n"},
+        {"GM.Ilo", "QZ3_Start: GM : Ilo : formula error\n"},
+        {"OP.K", "QZ3_Start: OP : K : formula error\n"},
+        {"TR.Hysteresis", "QZ3_Start: TR : Hysteresis : formula error\n"},
+        {"OS.Threshold", "QZ3_Start: OS : Threshold : formula error\n"},
+    };
+    for (const auto& [name, error] : formulaFaults) {
+        Circuit c(TestCircuit("amp_keys.qz3"));
+        EXPECT_NE(QZ3_SetText(c.ncir, name, "=1/0"), 0) << name;
+        EXPECT_EQ(StartError(c), error) << name;
     }
     Circuit c(TestCircuit("amp_models.qz3"));
     ASSERT_EQ(QZ3_SetText(c.ncir, "FUN.f", "sqrt(s-5)"), 0) << QZ3_GetError();
