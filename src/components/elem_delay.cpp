@@ -13,7 +13,7 @@ namespace {
 enum DelayRow : uint8_t { kT, kIc };
 
 constexpr CParamRow kRows[] = {
-    FormulaRow("t", "s", "t", MemberAt<&CElemDelay::t>, 1e-3, {ParamTest::Negative}),
+    FormulaRow("t", "s", "t", MemberAt<&CElemDelay::t>, 1e-3, {ParamTest::Negative, ParamTest::NotANumber}),
     Checked(InitialCondition("IC", "V", "ic", MemberAt<&CElemDelay::ic>), {ParamTest::Infinite}),
 };
 constexpr uint8_t kOrder[] = {kT, kIc, kEndOfRows};

@@ -11,13 +11,25 @@ namespace qz3 {
 
 namespace {
 
-enum LineRow : uint8_t { kT, kTLossy, kZ, kR, kRf, kG, kGf, kVic, kIic };
+enum LineRow : uint8_t { kT, kTLossy, kZ, kZLossy, kR, kRf, kG, kGf, kVic, kIic };
+
+// The sections of a lossy line divide by the impedance and multiply by it:
+// neither a short nor an open has a lossy form.
+const char* NoLossyImpedance(const void*, double impedance) {
+    if (impedance == 0.0) return " = 0";
+    return std::isinf(impedance) ? " = infinite" : nullptr;
+}
+
+constexpr CParamRow ImpedanceRow() {
+    return CheckedAs(FormulaRow("z", "Ohm", "z", MemberAt<&CElemLine::z>, 50.0, {ParamTest::Negative}), "z0");
+}
 
 // The check lines name the impedance "z0" and the corners "fr", "fG".
 constexpr CParamRow kRows[] = {
-    FormulaRow("t", "s", "t", MemberAt<&CElemLine::t>, 1e-6, {ParamTest::Negative}),
-    FormulaRow("t", "s", "t", MemberAt<&CElemLine::t>, 1e-6, {ParamTest::NotPositive}),
-    CheckedAs(FormulaRow("z", "Ohm", "z", MemberAt<&CElemLine::z>, 50.0, {ParamTest::Negative}), "z0"),
+    FormulaRow("t", "s", "t", MemberAt<&CElemLine::t>, 1e-6, {ParamTest::Negative, ParamTest::NotANumber}),
+    FormulaRow("t", "s", "t", MemberAt<&CElemLine::t>, 1e-6, {ParamTest::NotPositive, ParamTest::NotANumber}),
+    ImpedanceRow(),
+    WithRule(ImpedanceRow(), &NoLossyImpedance),
     FormulaRow("r", "Ohm/m", "r", MemberAt<&CElemLine::r>, 0.0, {ParamTest::Negative}),
     CheckedAs(FormulaRow("rf", "MHz", "rf", MemberAt<&CElemLine::rf>, 1.0, {ParamTest::NotPositive}), "fr"),
     CheckedAs(FormulaRow("g", "S/m", "g", MemberAt<&CElemLine::g>, 0.0, {ParamTest::Negative}), "G"),
@@ -26,7 +38,7 @@ constexpr CParamRow kRows[] = {
     InitialCondition("iic", "A", "iic", MemberAt<&CElemLine::iic>),
 };
 constexpr uint8_t kOrderLine[] = {kT, kZ, kVic, kIic, kEndOfRows};
-constexpr uint8_t kOrderLossy[] = {kTLossy, kZ, kR, kRf, kG, kGf, kVic, kIic, kEndOfRows};
+constexpr uint8_t kOrderLossy[] = {kTLossy, kZLossy, kR, kRf, kG, kGf, kVic, kIic, kEndOfRows};
 
 }  // namespace
 

@@ -10,6 +10,7 @@ bool ParamTestFails(ParamTest test, double value) {
         case ParamTest::NotPositive: return value <= 0.0;
         case ParamTest::BelowMinusOne: return value < -1.0;
         case ParamTest::AboveOne: return value > 1.0;
+        case ParamTest::NotANumber: return std::isnan(value);
         default: return std::isinf(value);
     }
 }
@@ -23,6 +24,7 @@ std::string ParamTestLine(ParamTest test, const std::string& name) {
         case ParamTest::NotPositive: return name + " <= 0";
         case ParamTest::BelowMinusOne: return name + " < -1";
         case ParamTest::AboveOne: return name + " > 1";
+        case ParamTest::NotANumber: return name + " : formula error";
     }
     return name;
 }

@@ -31,6 +31,7 @@ enum class ParamTest : uint8_t {
     NotPositive,    // "X <= 0"
     BelowMinusOne,  // "X < -1"
     AboveOne,       // "X > 1"
+    NotANumber,     // "X : formula error": a NaN that a host set as the value
 };
 
 bool ParamTestFails(ParamTest test, double value);

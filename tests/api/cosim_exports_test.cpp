@@ -97,7 +97,16 @@ TEST_F(CosimExports, SetInputKnowsOnlyItsOwnCircuitsInputHandles) {
     ASSERT_GE(other, 0) << Error();
     EXPECT_EQ(QZ3_SetInputValue(other, input, 1.0), -1);
     EXPECT_EQ(Error(), "QZ3_SetInputValue: wrong input handle");
+    // A closed circuit is no circuit, its own handles included; this one
+    // goes on working.
+    const int closedInput = QZ3_GetInput(other, "VIN");
+    ASSERT_GE(closedInput, 0) << Error();
     QZ3_Close(other);
+    EXPECT_EQ(QZ3_SetInputValue(other, closedInput, 1.0), -1);
+    EXPECT_EQ(Error(), "QZ3_SetInputValue: wrong circuit handle");
+    EXPECT_EQ(QZ3_GetInput(other, "VIN"), -1);
+    EXPECT_EQ(Error(), "QZ3_GetInput: wrong circuit handle");
+    EXPECT_EQ(QZ3_SetInputValue(ncir, input, 1.0), 0) << Error();
 }
 
 TEST_F(CosimExports, GetOutputTakesLabelsAmmetersAndVoltmetersOnly) {
@@ -244,6 +253,30 @@ TEST_F(CosimExports, LockStepStaircaseDrivesTheRcLikeItsAnalyticResponse) {
     }
     EXPECT_LT(worst, 2e-3);
     EXPECT_NEAR(LastValue(vc), analytic(stairs.size() * kInterval), 2e-3);
+}
+
+// An input takes any double as the source would; one that is no number
+// makes the next interval fail on its solution, with the solver's text, and
+// a finite value afterwards runs the circuit again from its start.
+TEST_F(CosimExports, NonFiniteInputFailsTheIntervalAndTheCircuitRunsAgain) {
+    Open("cosim_rc.qz3");
+    const int input = Input("VIN");
+    const int vc = QZ3_AddVTrace(ncir, "C1");
+    ASSERT_GE(vc, 0) << Error();
+    ASSERT_EQ(QZ3_SetInputValue(ncir, input, 1.0), 0) << Error();
+    ASSERT_EQ(QZ3_SimulateInterval(ncir, 1e-4), 0) << Error();
+    for (double bad : {NAN, INFINITY, -INFINITY}) {
+        ASSERT_EQ(QZ3_SetInputValue(ncir, input, bad), 0) << Error();
+        EXPECT_EQ(Error(), "OK");
+        EXPECT_EQ(QZ3_SimulateInterval(ncir, 1e-4), -1);
+        EXPECT_EQ(Error(), "QZ3_SimulateInterval: Infinite or invalid solution");
+    }
+    ASSERT_EQ(QZ3_SetInputValue(ncir, input, 2.0), 0) << Error();
+    ASSERT_EQ(QZ3_SimulateInterval(ncir, 1e-4), 0) << Error();
+    double now = NAN;
+    ASSERT_EQ(QZ3_GetSimulationTime(ncir, &now), 0) << Error();
+    EXPECT_NEAR(now, 1e-4, 1e-12);
+    EXPECT_NEAR(LastValue(vc), 2.0, 1e-9);
 }
 
 }  // namespace

@@ -85,7 +85,8 @@ TEST(Amplifiers, NonInvertingAmplifierClipsAtItsLimitsAtTheAnalyticTimes) {
 }
 
 // Every amplifier form and the controlled sources at a DC input (2 V and
-// 0.5 V): the value each one's model gives.
+// 0.5 V): the value each one's model gives, current inputs and a gain
+// control included.
 TEST(Amplifiers, EachFormAndModelGivesItsTransferValue) {
     Circuit c(TestCircuit("amp_models.qz3"));
     struct Expected {
@@ -102,6 +103,9 @@ TEST(Amplifiers, EachFormAndModelGivesItsTransferValue) {
         {"R10", 2.5},   // "PWL" slope 2 up to 1, then 0.5
         {"R11", -1.0},  // "V_CCVS" 500 V/A, control current counted from pin 3 to pin 2
         {"R13", -2.0},  // "I_CCCS" 4 A/A likewise
+        {"R21", 2.0},   // "O_CV" 1000 V/A of the 2 mA through its shorted input
+        {"R23", 6.0},   // "O_CC" 3 A/A of the same 2 mA into 1 kOhm
+        {"R25", 2.0},   // "O_VCG" gain 1 while its control (0.5 V) is below 1
     };
     std::vector<int> traces;
     for (const Expected& row : rows) traces.push_back(QZ3_AddVTrace(c.ncir, row.load));
@@ -138,6 +142,25 @@ TEST(Amplifiers, SchmittTriggerOscillatorHasTheAnalyticPeriod) {
     EXPECT_NEAR(v, -1.0, 1e-3);
 }
 
+// A comparator with 2 V of hysteresis and 10 us of delay on a 15 V sine:
+// its input passes +1 V and -1 V where 15 sin(wt) does, and the output
+// follows each crossing 10 us later (the crossing located to a quarter of
+// the 1 us step).
+TEST(Amplifiers, ComparatorOutputFollowsItsCrossingsAfterTheDelay) {
+    Circuit c(TestCircuit("amp_comparator_delay.qz3"));
+    const Series out = RunAndRead(c, "RL", 1e-3);
+    std::vector<double> rises, falls;
+    for (size_t i = 1; i < out.size(); ++i) {
+        if (out.y[i - 1] == -5.0 && out.y[i] == 5.0) rises.push_back(out.t[i - 1]);
+        if (out.y[i - 1] == 5.0 && out.y[i] == -5.0) falls.push_back(out.t[i - 1]);
+    }
+    ASSERT_EQ(rises.size(), 1u);
+    ASSERT_EQ(falls.size(), 1u);
+    const double crossing = std::asin(1.0 / 15.0) / (2 * kPi * 1000);
+    EXPECT_NEAR(rises[0], crossing + 10e-6, 0.3e-6);
+    EXPECT_NEAR(falls[0], 0.5e-3 + crossing + 10e-6, 0.3e-6);
+}
+
 // An output fed straight back without hysteresis, and an ideal op-amp
 // whose only feedback is its own inverting input: the runs end.
 TEST(Amplifiers, OutputFedBackWithoutHysteresisEndsTheRun) {
@@ -160,7 +183,12 @@ TEST(ControlledSources, VcoFrequencyFollowsItsControlAndPwmEdgesAreExact) {
         int rises = 0;
         for (size_t i = 1; i < out.size(); ++i) rises += out.y[i - 1] == 0.0 && out.y[i] == 5.0;
         EXPECT_EQ(rises, 20);
-        EXPECT_EQ(QZ3_SetValue(c.ncir, "VC.V", 3.0), 0) << QZ3_GetError();
+        // A new control for the next run: 3 kHz.
+        ASSERT_EQ(QZ3_SetValue(c.ncir, "VC.V", 3.0), 0) << QZ3_GetError();
+        const Series faster = RunAndRead(c, "RL", 10e-3);
+        rises = 0;
+        for (size_t i = 1; i < faster.size(); ++i) rises += faster.y[i - 1] == 0.0 && faster.y[i] == 5.0;
+        EXPECT_EQ(rises, 30);
     }
     Circuit c(TestCircuit("vcs_pwm.qz3"));
     const Series out = RunAndRead(c, "RL", 5e-3);
@@ -173,6 +201,37 @@ TEST(ControlledSources, VcoFrequencyFollowsItsControlAndPwmEdgesAreExact) {
     for (size_t k = 0; k < falls.size(); ++k) EXPECT_NEAR(falls[k], k * 1e-3 + 0.3e-3, 1e-15) << k;
     ASSERT_GE(rises.size(), 4u);
     for (size_t k = 1; k < rises.size(); ++k) EXPECT_NEAR(rises[k], (k + 0.0) * 1e-3, 1e-15) << k;
+}
+
+// The control steps from 1 V to 3 V at 5 ms: the square counts 5 periods
+// of 1 kHz before and 15 of 3 kHz after, and the sine, whose phase is
+// accumulated, goes on from where it was without a jump: it follows
+// sin(2 pi (1000 t)) and then sin(2 pi (5 + 3000 (t - 5 ms))).
+TEST(ControlledSources, VcoPhaseIsAccumulatedWhenTheControlSteps) {
+    Circuit c(TestCircuit("vcs_vco_step.qz3"));
+    const int sine = QZ3_AddVTrace(c.ncir, "RS");
+    const Series square = RunAndRead(c, "RL", 10e-3);
+    int before = 0, after = 0;
+    for (size_t i = 1; i < square.size(); ++i) {
+        if (square.y[i - 1] != 0.0 || square.y[i] != 5.0) continue;
+        (square.t[i] < 5e-3 ? before : after) += 1;
+    }
+    EXPECT_EQ(before, 5);
+    EXPECT_EQ(after, 15);
+    const int count = QZ3_GetDataSize(c.ncir, sine);
+    ASSERT_GT(count, 10000);
+    double previous = 0.0, worstJump = 0.0, worstError = 0.0;
+    for (int i = 0; i < count; ++i) {
+        double t = NAN, y = NAN;
+        ASSERT_EQ(QZ3_GetDataAt(c.ncir, sine, i, &t, &y), 0);
+        const double turns = t <= 5e-3 ? 1000 * t : 5 + 3000 * (t - 5e-3);
+        worstError = std::fmax(worstError, std::fabs(y - std::sin(2 * kPi * turns)));
+        if (i > 0) worstJump = std::fmax(worstJump, std::fabs(y - previous));
+        previous = y;
+    }
+    // One step of 1 us at 3 kHz turns the phase by 0.003 of a period.
+    EXPECT_LT(worstJump, 2 * kPi * 3000 * 1e-6 * 1.01);
+    EXPECT_LT(worstError, 5e-3);
 }
 
 // A control pulse train of 1 ms crosses the 0.5 threshold upwards three
@@ -210,11 +269,29 @@ TEST(Amplifiers, BadParametersGiveTheirMessages) {
         {"vcs_oneshot.qz3", {{"G1.Width", "-1"}, {"G1.I1", "inf"}}, "QZ3_Start: G1 : I1 = infinite\nG1 : Width < 0\n"},
         {"amp_models.qz3", {{"CHR.pwl", "1,2,x"}}, "QZ3_Start: CHR : PWL error: Syntax error: 'x' is invalid character\n"},
         {"vcs_vco.qz3", {{"E1.dFdV", "=VC.V*1e400"}}, "QZ3_Start: E1 : dFdV = infinite\n"},
+        {"amp_keys.qz3", {{"GM.Ihi", "-5"}}, "QZ3_Start: GM : Ihi < Ilo\n"},
+        {"amp_keys.qz3", {{"OP.IC", "inf"}}, "QZ3_Start: OP : IC = infinite\n"},
+        {"amp_keys.qz3", {{"CMP.Hysteresis", "inf"}}, "QZ3_Start: CMP : Hysteresis = infinite\n"},
+        {"amp_keys.qz3", {{"IPWM.Imax", "0"}}, "QZ3_Start: IPWM : Imax <= 0\n"},
     };
     for (const Case& k : cases) {
         Circuit c(TestCircuit(k.file));
         for (const auto& [name, text] : k.set) ASSERT_EQ(QZ3_SetText(c.ncir, name, text), 0) << name << QZ3_GetError();
         EXPECT_EQ(StartError(c), k.error) << k.file;
+    }
+    // Formulas that fail keep their text and name their parameter at the
+    // start, the upper current limit by its old name "IVhi".
+    const std::pair<const char*, const char*> formulaFaults[] = {
+        {"GM.Ihi", "QZ3_Start: GM : IVhi : formula error\n"},
+        {"GM.Ilo", "QZ3_Start: GM : Ilo : formula error\n"},
+        {"OP.K", "QZ3_Start: OP : K : formula error\n"},
+        {"TR.Hysteresis", "QZ3_Start: TR : Hysteresis : formula error\n"},
+        {"OS.Threshold", "QZ3_Start: OS : Threshold : formula error\n"},
+    };
+    for (const auto& [name, error] : formulaFaults) {
+        Circuit c(TestCircuit("amp_keys.qz3"));
+        EXPECT_NE(QZ3_SetText(c.ncir, name, "=1/0"), 0) << name;
+        EXPECT_EQ(StartError(c), error) << name;
     }
     Circuit c(TestCircuit("amp_models.qz3"));
     ASSERT_EQ(QZ3_SetText(c.ncir, "FUN.f", "sqrt(s-5)"), 0) << QZ3_GetError();
@@ -245,6 +322,38 @@ TEST(Amplifiers, ParametersSurviveSaveAndReopen) {
     double f1 = 0;
     ASSERT_EQ(QZ3_GetValue(c.ncir, "LIN.f1", &f1), 0);
     EXPECT_EQ(f1, 2000.0);
+    std::remove(copy.c_str());
+}
+
+// Every parameter of every amplifier and controlled-source model, set to a
+// value of its own, comes back from a saved and re-opened file, choices and
+// live formulas included.
+TEST(Amplifiers, EveryModelKeyComesBackFromTheFile) {
+    const std::pair<const char*, const char*> values[] = {
+        {"OP.K", "2.5"},         {"OP.f1", "7"},          {"OP.Vhi", "12"},       {"OP.Vlo", "-10"},
+        {"OP.IC", "3"},          {"CMP.Hysteresis", "2"}, {"CMP.Vhi", "5"},       {"CMP.Vlo", "-5"},
+        {"CMP.Delay", "=2*3"},   {"CMP.IC", "High"},      {"GM.K", "-1.5"},       {"GM.Ihi", "2"},
+        {"GM.Ilo", "-3"},        {"GM.IC", "-2"},       {"TR.Hysteresis", "4"}, {"LIN.IC", "1.5"},
+        {"FUN.f", "s*s+t"},      {"FUN.IC", "6"},         {"PWM.Vmax", "10"},     {"PWM.F", "50"},
+        {"PWM.V1", "5"},         {"PWM.V0", "-1"},        {"PWM.Phase", "90"},    {"VCO.V1", "3"},
+        {"VCO.V0", "1"},       {"VCO.Phase", "45"},     {"VCO.dFdV", "100"},   {"VCO.Type", "Triangle"},
+        {"OS.Threshold", "1.5"}, {"OS.Width", "3"},       {"OS.V1", "2"},         {"OS.V0", "-2"},
+        {"CCO.Type", "Sawtooth"}, {"CCO.I1", "8"},        {"CCO.I0", "-8"},       {"CCO.dFdI", "50"},
+        {"CCO.Phase", "30"},     {"IPWM.Imax", "4"},      {"IPWM.F", "500"},      {"FE.IC", "9"},
+        {"FE.f", "u*2"},         {"G1.I", "11"},
+    };
+    const std::string copy = ::testing::TempDir() + "amp_keys_copy.qz3";
+    {
+        Circuit c(TestCircuit("amp_keys.qz3"));
+        for (const auto& [name, text] : values) ASSERT_EQ(QZ3_SetText(c.ncir, name, text), 0) << name << QZ3_GetError();
+        ASSERT_EQ(QZ3_SaveAs(c.ncir, copy.c_str()), 0) << QZ3_GetError();
+    }
+    Circuit c(copy);
+    char text[256];
+    for (const auto& [name, value] : values) {
+        ASSERT_GE(QZ3_GetText(c.ncir, name, text, sizeof text), 0) << name << QZ3_GetError();
+        EXPECT_STREQ(text, value) << name;
+    }
     std::remove(copy.c_str());
 }
 

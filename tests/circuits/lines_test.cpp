@@ -3,6 +3,7 @@
 // matched, an open and a shorted end.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -90,4 +91,84 @@ TEST(Lines, LossyLineAttenuatesAndSettlesAtItsResistance) {
     double t = 0, v = 0;
     ASSERT_EQ(QZ3_GetLastData(c.ncir, far, &t, &v), 0);
     EXPECT_NEAR(v / (50.0 / 110.0), 1.0, 5e-3);
+}
+
+// A source of 150 Ohm into a 50 Ohm line of 0.1 ms left open: the wave of
+// 0.25 V doubles at the open end and comes back to be reflected by half at
+// the source, so each level of the bounce diagram is the sum of a geometric
+// series: near 0.25, 0.625, 0.8125; far 0.5, 0.75, 0.875, tending to 1 V.
+TEST(Lines, MismatchedEndsGiveEveryLevelOfTheBounceDiagram) {
+    Circuit c(WithLoad("1e9"));
+    ASSERT_EQ(QZ3_SetValue(c.ncir, "RS.R", 150.0), 0) << QZ3_GetError();
+    const int near = QZ3_AddVTrace(c.ncir, "RIN"), far = QZ3_AddVTrace(c.ncir, "RL");
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 1.7e-3), 0) << QZ3_GetError();
+    const double T = 1e-4, start = 1e-3;
+    const double nearLevels[] = {0.25, 0.25, 0.625, 0.625, 0.8125, 0.8125};
+    const double farLevels[] = {0.0, 0.5, 0.5, 0.75, 0.75, 0.875};
+    for (int k = 0; k < 6; ++k) {
+        const double t = start + (k + 0.5) * T;
+        EXPECT_NEAR(c.ValueAt(near, t), nearLevels[k], 1e-6) << k;
+        EXPECT_NEAR(c.ValueAt(far, t), farLevels[k], 1e-6) << k;
+    }
+}
+
+// The impedance and the delay set through the C interface between runs:
+// 50 Ohm at both ends of a 150 Ohm line of 0.2 ms reflect by -1/2 at each
+// end, from a first wave of 0.75 V.
+TEST(Lines, LineParametersSetBetweenRunsAreUsed) {
+    Circuit c(WithLoad("50"));
+    const int near = QZ3_AddVTrace(c.ncir, "RIN"), far = QZ3_AddVTrace(c.ncir, "RL");
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 1.5e-3), 0) << QZ3_GetError();
+    EXPECT_NEAR(c.ValueAt(far, 1.4e-3), 0.5, 1e-6);
+    ASSERT_EQ(QZ3_SetValue(c.ncir, "TL.z", 150.0), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_SetText(c.ncir, "TL.t", "0.2m"), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Simulate(c.ncir, 1.8e-3), 0) << QZ3_GetError();
+    EXPECT_NEAR(c.ValueAt(near, 1.1e-3), 0.75, 1e-6);
+    EXPECT_NEAR(c.ValueAt(far, 1.1e-3), 0.0, 1e-9);
+    EXPECT_NEAR(c.ValueAt(far, 1.3e-3), 0.375, 1e-6);
+    EXPECT_NEAR(c.ValueAt(near, 1.5e-3), 0.5625, 1e-6);
+    EXPECT_NEAR(c.ValueAt(far, 1.7e-3), 0.46875, 1e-6);
+}
+
+// Delays and lines refuse what they can't model, each with its own line,
+// and run again once the value is mended.
+TEST(Lines, BadDelaysAndLinesGiveTheirMessages) {
+    struct Case {
+        const char* file;
+        const char* name;
+        double value;
+        const char* error;
+    };
+    const double nan = std::nan(""), inf = INFINITY;
+    const Case cases[] = {
+        {"lines.qz3", "D1.t", -1e-3, "QZ3_Start: D1 : t < 0\n"},
+        {"lines.qz3", "D1.t", nan, "QZ3_Start: D1 : t : formula error\n"},
+        {"lines.qz3", "TL.t", -1e-3, "QZ3_Start: TL : t < 0\n"},
+        {"lines.qz3", "TL.t", nan, "QZ3_Start: TL : t : formula error\n"},
+        {"lines.qz3", "TL.z", -50, "QZ3_Start: TL : z0 < 0\n"},
+        {"lines_lossy.qz3", "TL.z", 0, "QZ3_Start: TL : z0 = 0\n"},
+        {"lines_lossy.qz3", "TL.z", inf, "QZ3_Start: TL : z0 = infinite\n"},
+        {"lines_lossy.qz3", "TL.z", -1, "QZ3_Start: TL : z0 < 0\n"},
+        {"lines_lossy.qz3", "TL.t", 0, "QZ3_Start: TL : t <= 0\nTL : t <= 0.0\n"},
+        // Ten million sections of one step each: more than one line may hold.
+        {"lines_lossy.qz3", "TL.t", 10.0, "QZ3_Start: TL : No enough memory\n"},
+        {"lines_lossy.qz3", "TL.r", -1, "QZ3_Start: TL : r < 0\n"},
+        {"lines_lossy.qz3", "TL.rf", 0, "QZ3_Start: TL : fr <= 0\n"},
+        {"lines_lossy.qz3", "TL.g", -1, "QZ3_Start: TL : G < 0\n"},
+        {"lines_lossy.qz3", "TL.gf", -1, "QZ3_Start: TL : fG <= 0\n"},
+    };
+    for (const Case& k : cases) {
+        Circuit c(TestCircuit(k.file));
+        double good = 0;
+        ASSERT_EQ(QZ3_GetValue(c.ncir, k.name, &good), 0) << QZ3_GetError();
+        ASSERT_EQ(QZ3_SetValue(c.ncir, k.name, k.value), 0) << k.name << QZ3_GetError();
+        EXPECT_NE(QZ3_Start(c.ncir), 0) << k.name;
+        EXPECT_EQ(std::string(QZ3_GetError()), k.error) << k.name;
+        ASSERT_EQ(QZ3_SetValue(c.ncir, k.name, good), 0) << QZ3_GetError();
+        EXPECT_EQ(QZ3_Start(c.ncir), 0) << k.name << ": " << QZ3_GetError();
+        EXPECT_EQ(QZ3_Simulate(c.ncir, 1e-4), 0) << k.name << ": " << QZ3_GetError();
+    }
 }
