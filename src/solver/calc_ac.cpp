@@ -82,7 +82,13 @@ void CCalc::SolveComplex(double* re, double* im) {
             const double square = G[r][c] * G[r][c] + C[r][c] * C[r][c];
             if (square > bestSquare) best = r, bestSquare = square;
         }
-        if (best == 0) continue;
+        if (best == 0) {
+            // No row can pivot here, so every present entry of the column
+            // is zero; a zero diagonal left flagged would pass its row for
+            // one already used, and it would never be eliminated.
+            FG[c][c] = FC[c][c] = 0;
+            continue;
+        }
         if (best != c) {
             std::swap(G[best], G[c]);
             std::swap(C[best], C[c]);

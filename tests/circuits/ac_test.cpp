@@ -172,3 +172,26 @@ TEST(AcAnalysis, OperatingPointFixesTheStatesAndADisabledSourceIsRefused) {
     EXPECT_EQ(QZ3_CalcAC(c.ncir), -1);
     EXPECT_EQ(std::string(QZ3_GetError()), "QZ3_CalcAC: AC error:\nAC source is disabled");
 }
+
+// A lossless line of 50 Ohm and 100 us fed through 50 Ohm: the wave sent is
+// half the source, and the far end over a load ZL reads
+// 0.5 (1 + G) exp(-jwT) with G = (ZL - 50)/(ZL + 50), at every frequency.
+// The line's port rows have no diagonal of their own, which the
+// elimination must not take for rows already used.
+TEST(AcAnalysis, LosslessLineDelaysItsWaveByItsTime) {
+    for (const double load : {50.0, 150.0}) {
+        const std::string path =
+            Variant("ac_line.qz3", "r=\"150\"", "r=\"" + std::to_string(load) + "\"", "ac_line_load.qz3");
+        Circuit c(path);
+        ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+        const int trace = QZ3_GetACTrace(c.ncir, "V(RL)");
+        ASSERT_EQ(QZ3_GetACDataSize(c.ncir, trace), 10);
+        const double reflection = (load - 50.0) / (load + 50.0);
+        for (int k = 0; k < 10; ++k) {
+            const AcPoint p = PointAt(c.ncir, trace, k);
+            const std::complex<double> got = std::polar(p.magnitude, p.phase * kPi / 180);
+            const std::complex<double> expected = std::polar(0.5 * (1 + reflection), -2 * kPi * p.f * 1e-4);
+            EXPECT_LT(std::abs(got - expected), 1e-9) << "load " << load << " f " << p.f << " got " << got;
+        }
+    }
+}
