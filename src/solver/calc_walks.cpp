@@ -8,6 +8,7 @@
 
 #include "components/cmp.h"
 #include "components/cmps.h"
+#include "components/sub_cir.h"
 #include "expr/number_text.h"
 #include "expr/state_text.h"
 #include "solver/calc.h"
@@ -49,16 +50,20 @@ bool CCalc::PrepareCmpList(CCmps* list) {
         if (cmp->IsDisconnected()) continue;
         cmp->owner = list;
         m_Cmps.Add(cmp);
+        if (cmp->IsSubCircuit()) {
+            // The container stays in m_Cmps only to be found; its content
+            // joins the run here, recursively, as elements of their own.
+            if (!cmp->SubCircuit().Prepare(this)) {
+                CodeError(ErrorMark::Subcircuit);
+                return false;
+            }
+            cmp->lastModel = cmp->model;
+            continue;
+        }
         if (!cmp->CheckParams(this)) sound = false;
         if (cmp->ModelChanged()) {
             cmp->pwl.Reset();
             cmp->Simulate(this, PhaseReset, m_Time);
-        }
-        if (cmp->IsSubCircuit()) {
-            // Flattening of subcircuits joins the library with the hierarchy.
-            CmpError(cmp, "subcircuits not available in this build");
-            CodeError(ErrorMark::Subcircuit);
-            return false;
         }
         if (!cmp->PrepareModelTable(this)) {
             CodeError(ErrorMark::ComponentTable);
@@ -88,7 +93,8 @@ bool CCalc::CollectPinNodes() {
 
 int CCalc::AssignAllBranches(int first) {
     int count = 0;
-    for (CCmp* cmp : m_Cmps) count += cmp->AssignBranches(this, first + count);
+    for (CCmp* cmp : m_Cmps)
+        if (!cmp->IsSubCircuit()) count += cmp->AssignBranches(this, first + count);
     return count;
 }
 

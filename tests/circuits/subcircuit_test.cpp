@@ -1,0 +1,138 @@
+// Subcircuits through the C interface: a divider in a file beside the
+// schematic, the same file twice with a command in one copy, one stored as
+// an attachment, initial conditions handed inside, names that reach inside.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "circuit_run.h"
+#include "qz3.h"
+
+using qz3test::Circuit;
+using qz3test::TestCircuit;
+
+namespace {
+
+double LastOf(const Circuit& c, int trace) {
+    double t = NAN, y = NAN;
+    EXPECT_EQ(QZ3_GetLastData(c.ncir, trace, &t, &y), 0) << QZ3_GetError();
+    return y;
+}
+
+double Value(const Circuit& c, const char* name) {
+    double v = NAN;
+    EXPECT_EQ(QZ3_GetValue(c.ncir, name, &v), 0) << name << ": " << QZ3_GetError();
+    return v;
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::string TempPath(const char* name) { return (std::filesystem::temp_directory_path() / name).string(); }
+
+}  // namespace
+
+// 10 V over 1k and 1k gives 5 V; the second copy's R2 of 3k gives 7.5 V,
+// and the first copy keeps its own 1k.
+TEST(Subcircuit, DividerFromFileAndCommandChangesItsOwnCopyOnly) {
+    Circuit c(TestCircuit("subcir_divider.qz3"));
+    const int out1 = QZ3_AddVTrace(c.ncir, "OUT1");
+    const int out2 = QZ3_AddVTrace(c.ncir, "OUT2");
+    const int inner = QZ3_AddVTrace(c.ncir, "X2.out");
+    const int current = QZ3_AddITrace(c.ncir, "X1.R1");
+    ASSERT_GE(inner, 0) << QZ3_GetError();
+    ASSERT_GE(current, 0) << QZ3_GetError();
+    QZ3_START_OR_SKIP(c);
+    ASSERT_TRUE(c.RunTo(5e-3));
+    EXPECT_NEAR(LastOf(c, out1), 5.0, 1e-9);
+    EXPECT_NEAR(LastOf(c, out2), 7.5, 1e-9);
+    EXPECT_NEAR(LastOf(c, inner), 7.5, 1e-9);
+    EXPECT_NEAR(std::fabs(LastOf(c, current)), 5e-3, 1e-12);
+    EXPECT_DOUBLE_EQ(Value(c, "X1.R2.R"), 1000.0);
+    EXPECT_DOUBLE_EQ(Value(c, "X2.R2.R"), 3000.0);
+
+    // A second run reuses the loaded copies and their node numbers.
+    ASSERT_EQ(QZ3_SetValue(c.ncir, "V1.V", 20.0), 0) << QZ3_GetError();
+    ASSERT_TRUE(c.RunTo(10e-3));
+    EXPECT_NEAR(LastOf(c, out1), 10.0, 1e-9);
+    EXPECT_NEAR(LastOf(c, out2), 15.0, 1e-9);
+}
+
+// An inner value set through the interface before the run is used by it.
+TEST(Subcircuit, InnerParameterSetBeforeRun) {
+    Circuit c(TestCircuit("subcir_divider.qz3"));
+    ASSERT_EQ(QZ3_SetValue(c.ncir, "X1.R1.R", 3000.0), 0) << QZ3_GetError();
+    const int handle = QZ3_GetParam(c.ncir, "X1.R2.R");
+    ASSERT_GT(handle, 0) << QZ3_GetError();
+    const int out1 = QZ3_AddVTrace(c.ncir, "OUT1");
+    QZ3_START_OR_SKIP(c);
+    ASSERT_TRUE(c.RunTo(2e-3));
+    EXPECT_NEAR(LastOf(c, out1), 2.5, 1e-9);
+    ASSERT_EQ(QZ3_SetParamValue(c.ncir, handle, 3000.0), 0) << QZ3_GetError();
+    ASSERT_TRUE(c.RunTo(4e-3));
+    EXPECT_NEAR(LastOf(c, out1), 5.0, 1e-9);
+}
+
+// No file on disk: the schematic is stored inside the component. A value
+// changed inside before the run lands in the attachment when saved, and
+// every other key of the component comes back as it was.
+TEST(Subcircuit, AttachmentRunsAndKeepsChangesWhenSaved) {
+    const std::string saved = TempPath("qz3_subcir_attached_saved.qz3");
+    {
+        Circuit c(TestCircuit("subcir_attached.qz3"));
+        const int out = QZ3_AddVTrace(c.ncir, "OUT1");
+        QZ3_START_OR_SKIP(c);
+        ASSERT_TRUE(c.RunTo(2e-3));
+        EXPECT_NEAR(LastOf(c, out), 5.0, 1e-9);
+    }
+    {
+        Circuit c(TestCircuit("subcir_attached.qz3"));
+        ASSERT_EQ(QZ3_SetValue(c.ncir, "X1.R2.R", 3000.0), 0) << QZ3_GetError();
+        ASSERT_EQ(QZ3_SaveAs(c.ncir, saved.c_str()), 0) << QZ3_GetError();
+    }
+    const std::string text = ReadFile(saved);
+    for (const char* key : {"name=\"X1\"", "descr=\"kept\"", "label1=\"in\"", "label2=\"out\"", "name=\"R1\"",
+                            "r=\"1e+3\"", "r=\"3e+3\"", "name=\"out\""})
+        EXPECT_NE(text.find(key), std::string::npos) << key << " in\n" << text;
+    Circuit again(saved);
+    const int out = QZ3_AddVTrace(again.ncir, "OUT1");
+    QZ3_START_OR_SKIP(again);
+    ASSERT_TRUE(again.RunTo(2e-3));
+    EXPECT_NEAR(LastOf(again, out), 7.5, 1e-9);
+    std::remove(saved.c_str());
+}
+
+// A file subcircuit saves its own keys; the file beside it is never written.
+TEST(Subcircuit, SaveKeepsKeysOfFileSubcircuits) {
+    const std::string saved = TempPath("qz3_subcir_divider_saved.qz3");
+    const std::string before = ReadFile(TestCircuit("subcir_divider_inner.qz3"));
+    {
+        Circuit c(TestCircuit("subcir_divider.qz3"));
+        ASSERT_EQ(QZ3_SetText(c.ncir, "X1.Cmd", "R1.R=3000"), 0) << QZ3_GetError();
+        ASSERT_EQ(QZ3_SaveAs(c.ncir, saved.c_str()), 0) << QZ3_GetError();
+    }
+    const std::string text = ReadFile(saved);
+    for (const char* key : {"file=\"subcir_divider_inner\"", "cmd=\"R2.R%3d3000\"", "cmd=\"R1.R%3d3000\"", "label1=\"in\""})
+        EXPECT_NE(text.find(key), std::string::npos) << key << " in\n" << text;
+    EXPECT_EQ(ReadFile(TestCircuit("subcir_divider_inner.qz3")), before);
+    std::remove(saved.c_str());
+}
+
+// "ic" starts the inner capacitor at 2 V; it discharges through the outer
+// 1 kOhm with RC = 1 ms.
+TEST(Subcircuit, InitialConditionHandedInside) {
+    Circuit c(TestCircuit("subcir_ic.qz3"));
+    const int p = QZ3_AddVTrace(c.ncir, "P");
+    QZ3_START_OR_SKIP(c);
+    ASSERT_TRUE(c.RunTo(3e-3));
+    for (double t : {0.0, 0.5e-3, 1e-3, 2e-3, 3e-3}) EXPECT_NEAR(c.ValueAt(p, t), 2.0 * std::exp(-t / 1e-3), 2e-4) << t;
+}
