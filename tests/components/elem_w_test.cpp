@@ -48,7 +48,7 @@ TEST(ElemW, CheckLinesByTypeAndWinding) {
 }
 
 TEST(ElemW, CustomTurnsAreRowsAndKeys) {
-    auto custom = LoadW(R"(<Cmp type="W_CUSTOM" name="TC" n1="2" n2="=2*2"><Custom l="3" r="3" /></Cmp>)");
+    auto custom = LoadW(R"(<Cmp type="W_CUSTOM" name="TC" n1="2" n2_str="=2*2"><Custom l="3" r="3" /></Cmp>)");
     CParam* table = custom->ParamTable();
     ASSERT_NE(table, nullptr);
     EXPECT_EQ(ParamRowCount(table), 2);
