@@ -136,3 +136,38 @@ TEST(Subcircuit, InitialConditionHandedInside) {
     ASSERT_TRUE(c.RunTo(3e-3));
     for (double t : {0.0, 0.5e-3, 1e-3, 2e-3, 3e-3}) EXPECT_NEAR(c.ValueAt(p, t), 2.0 * std::exp(-t / 1e-3), 2e-4) << t;
 }
+
+// Any model "SubCir" holds a subcircuit: a resistor, an amplifier and a
+// circuit block whose box names the labels its pins meet.
+TEST(Subcircuit, ElementModelsAndBoxPinsMeetInnerLabels) {
+    Circuit c(TestCircuit("subcir_models.qz3"));
+    const int a = QZ3_AddVTrace(c.ncir, "A"), b = QZ3_AddVTrace(c.ncir, "B"), q = QZ3_AddVTrace(c.ncir, "C");
+    QZ3_START_OR_SKIP(c);
+    ASSERT_TRUE(c.RunTo(2e-3));
+    EXPECT_NEAR(LastOf(c, a), 4.0, 1e-9);
+    EXPECT_NEAR(LastOf(c, b), 2.0, 1e-9);
+    EXPECT_NEAR(LastOf(c, q), 6.0, 1e-9);
+    char text[64] = {};
+    ASSERT_GT(QZ3_GetText(c.ncir, "RX.Pin2", text, sizeof text), 0) << QZ3_GetError();
+    EXPECT_STREQ(text, "out");
+    EXPECT_EQ(QZ3_GetText(c.ncir, "QX.Pin1", text, sizeof text), -1);
+    ASSERT_GT(QZ3_GetText(c.ncir, "QX.File", text, sizeof text), 0) << QZ3_GetError();
+    EXPECT_STREQ(text, "subcir_divider_inner");
+}
+
+// The present state goes into the subcircuit's own "ic", item by item
+// with the inner names, and a new run starts from it.
+TEST(Subcircuit, SaveICThroughTheHierarchy) {
+    Circuit c(TestCircuit("subcir_ic.qz3"));
+    const int p = QZ3_AddVTrace(c.ncir, "P");
+    QZ3_START_OR_SKIP(c);
+    ASSERT_TRUE(c.RunTo(1e-3));
+    const double held = LastOf(c, p);
+    ASSERT_EQ(QZ3_SaveIC(c.ncir), 0) << QZ3_GetError();
+    char text[128] = {};
+    ASSERT_GT(QZ3_GetText(c.ncir, "X1.IC", text, sizeof text), 0) << QZ3_GetError();
+    EXPECT_EQ(std::string(text).rfind("C1.IC=", 0), 0u) << text;
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    EXPECT_NEAR(c.ValueAt(p, 0.0), held, 1e-6);
+    EXPECT_NEAR(held, 2.0 * std::exp(-1.0), 2e-4);
+}
