@@ -30,13 +30,14 @@ std::string Cmp(const std::string& body) { return "<Cmp " + body + " />\n"; }
 
 // One phase: a switch driven at 100 kHz and 40 % duty, its free-wheeling
 // diode and its inductor, between the labels vin and out.
-std::string Phase(const std::string& suffix, int vin, int sw, int out, double delay) {
-    return "<Cmp type=\"S_S\" id=\"2\" name=\"S" + suffix + "\" node0=\"" + std::to_string(vin) + "\" node1=\"" +
+std::string Phase(const std::string& suffix, int id, int vin, int sw, int out, double delay) {
+    const std::string ids[] = {std::to_string(id), std::to_string(id + 1), std::to_string(id + 2)};
+    return "<Cmp type=\"S_S\" id=\"" + ids[0] + "\" name=\"S" + suffix + "\" node0=\"" + std::to_string(vin) + "\" node1=\"" +
            std::to_string(sw) + "\" model=\"Pulse\" a=\"true\"><Signal p=\"10e-6\" w=\"4e-6\" d=\"" +
            std::to_string(delay) + "\" /></Cmp>\n" +
-           Cmp("type=\"D_D\" id=\"3\" name=\"D" + suffix + "\" node0=\"" + std::to_string(sw) +
+           Cmp("type=\"D_D\" id=\"" + ids[1] + "\" name=\"D" + suffix + "\" node0=\"" + std::to_string(sw) +
                "\" node1=\"0\" model=\"Diode\" vd=\"0\"") +
-           Cmp("type=\"L_L\" id=\"4\" name=\"L" + suffix + "\" node0=\"" + std::to_string(out) + "\" node1=\"" +
+           Cmp("type=\"L_L\" id=\"" + ids[2] + "\" name=\"L" + suffix + "\" node0=\"" + std::to_string(out) + "\" node1=\"" +
                std::to_string(sw) + "\" model=\"L\" l=\"10e-6\" ic=\"0\"");
 }
 
@@ -54,14 +55,14 @@ const fs::path& Folder() {
         fs::path dir = fs::temp_directory_path() / "qz3_bench_multiphase";
         fs::create_directories(dir);
         std::ofstream(dir / "phase.qz3")
-            << Schematic(Cmp("type=\"label\" id=\"1\" name=\"vin\" node0=\"1\" model=\"Label\"") + Phase("1", 1, 2, 3, 0) +
+            << Schematic(Cmp("type=\"label\" id=\"1\" name=\"vin\" node0=\"1\" model=\"Label\"") + Phase("1", 2, 1, 2, 3, 0) +
                          Cmp("type=\"label\" id=\"5\" name=\"out\" node0=\"3\" model=\"Label\""));
         std::string hierarchical = Shared(), flat = Shared();
         for (int k = 0; k < kPhases; ++k) {
-            hierarchical += "<Cmp type=\"X_B2\" id=\"" + std::to_string(10 + k) + "\" name=\"X" + std::to_string(k + 1) +
+            hierarchical += "<Cmp type=\"X_B2\" id=\"" + std::to_string(100 + k) + "\" name=\"X" + std::to_string(k + 1) +
                             "\" node0=\"1\" node1=\"2\" model=\"SubCir\"><SubCir file=\"phase\" label1=\"vin\" "
                             "label2=\"out\" cmd=\"S1.Delay=" + std::to_string(Delay(k)) + "\" /></Cmp>\n";
-            flat += Phase(std::to_string(k + 1), 1, 10 + k, 2, Delay(k));
+            flat += Phase(std::to_string(k + 1), 100 + 3 * k, 1, 10 + k, 2, Delay(k));
         }
         std::ofstream(dir / "hierarchical.qz3") << Schematic(hierarchical);
         std::ofstream(dir / "flat.qz3") << Schematic(flat);

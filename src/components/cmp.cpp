@@ -81,7 +81,9 @@ CSubCir& CCmp::SubCircuit() {
 CCmps* CCmp::InnerCmps() {
     if (!IsSubCircuit()) return nullptr;
     CSubCir& sub = SubCircuit();
-    return sub.LoadForAccess(owner ? owner->doc : nullptr) ? sub.Inner() : nullptr;
+    if (!sub.LoadForAccess(owner ? owner->doc : nullptr)) return nullptr;
+    sub.m_Accessed = true;
+    return sub.Inner();
 }
 
 bool CCmp::PrepareModelTable(CSolverPort* calc) { return model != ModelId::Pwl || PrepareTable(calc, pwl); }

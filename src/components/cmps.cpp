@@ -179,7 +179,7 @@ bool CCmps::Save(CXmlNode* node) {
     if (!node) return false;
     node->m_bWrite = true;
     for (CCmp* cmp : m_List) {
-        if (cmp->IsSubCircuit() && cmp->subCir) cmp->subCir->RewriteAttachment();
+        if (cmp->IsSubCircuit() && cmp->subCir && cmp->subCir->m_Accessed) cmp->subCir->RewriteAttachment();
         CXmlNode* child = node->AddChild("Cmp");
         cmp->Xml(child, false);
         cmp->WriteForeignContent(child);

@@ -209,6 +209,10 @@ void CSubCir::RestoreNodes() {
 }
 
 bool CSubCir::Prepare(CSolverPort* calc) {
+    // What the host changed inside goes into the attachment before the
+    // run's own commands and initial conditions act on the copy.
+    if (m_Accessed) RewriteAttachment();
+    m_Accessed = false;
     if (m_Cmps && m_File == m_LoadedFile) {
         RestoreNodes();
     } else {

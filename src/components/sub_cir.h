@@ -77,6 +77,9 @@ public:
     bool m_FixedPins = false;
     int m_PinCount = -1;
     std::string m_LoadedFile;
+    // The inner list was reached by name since it was loaded or prepared:
+    // a change may have been made inside that the attachment must take.
+    bool m_Accessed = false;
 
 private:
     bool LoadInner(CDoc* doc, std::string& error);

@@ -171,3 +171,29 @@ TEST(Subcircuit, SaveICThroughTheHierarchy) {
     EXPECT_NEAR(c.ValueAt(p, 0.0), held, 1e-6);
     EXPECT_NEAR(held, 2.0 * std::exp(-1.0), 2e-4);
 }
+
+// A run works on the private copy only: saving after it writes the
+// attachment exactly as the file holds it, line for line.
+TEST(Subcircuit, RunLeavesAttachmentAsItWas) {
+    const std::string saved = TempPath("qz3_subcir_attached_run.qz3");
+    {
+        Circuit c(TestCircuit("subcir_attached.qz3"));
+        const int out = QZ3_AddVTrace(c.ncir, "OUT1");
+        QZ3_START_OR_SKIP(c);
+        ASSERT_TRUE(c.RunTo(2e-3));
+        EXPECT_NEAR(LastOf(c, out), 5.0, 1e-9);
+        ASSERT_EQ(QZ3_SaveAs(c.ncir, saved.c_str()), 0) << QZ3_GetError();
+    }
+    auto block = [](const std::string& text) {
+        const size_t from = text.find("<Attachment>"), to = text.find("</Attachment>");
+        std::string lines, line;
+        std::istringstream in(from == std::string::npos || to == std::string::npos ? "" : text.substr(from, to - from));
+        while (std::getline(in, line))
+            if (line.find_first_not_of(' ') != std::string::npos) lines += line.substr(line.find_first_not_of(' ')) + "\n";
+        return lines;
+    };
+    const std::string original = block(ReadFile(TestCircuit("subcir_attached.qz3")));
+    ASSERT_FALSE(original.empty());
+    EXPECT_EQ(block(ReadFile(saved)), original);
+    std::remove(saved.c_str());
+}
