@@ -82,7 +82,7 @@ CCmps* CCmp::InnerCmps() {
     if (!IsSubCircuit()) return nullptr;
     CSubCir& sub = SubCircuit();
     if (!sub.LoadForAccess(owner ? owner->doc : nullptr)) return nullptr;
-    sub.m_Accessed = true;
+    sub.m_Accessed = sub.m_Reached = true;
     return sub.Inner();
 }
 

@@ -105,6 +105,7 @@ void CSubCir::BuildParams() {
 }
 
 void CSubCir::Unload() {
+    if (m_Cmps && m_Reached) m_Retired.push_back(std::move(m_Cmps));
     m_Cmps.reset();
     m_Nodes.clear();
     m_LoadedFile.clear();

@@ -80,6 +80,9 @@ public:
     // The inner list was reached by name since it was loaded or prepared:
     // a change may have been made inside that the attachment must take.
     bool m_Accessed = false;
+    // A host has reached inside by name at least once, so it may hold a
+    // handle into the inner list: a replaced list is kept, not freed.
+    bool m_Reached = false;
 
 private:
     bool LoadInner(CDoc* doc, std::string& error);
@@ -94,6 +97,9 @@ private:
     void BuildParams();
 
     std::unique_ptr<CCmps> m_Cmps;
+    // Lists replaced by a reload stay until the component goes: a host may
+    // still hold a parameter handle that leads into one of them.
+    std::vector<std::unique_ptr<CCmps>> m_Retired;
     std::string m_Source;          // the file the inner list came from, "" for an attachment
     std::vector<CParam> m_Params;
     std::vector<std::string> m_PinNames;

@@ -65,6 +65,17 @@ TEST(Subcircuit, DividerFromFileAndCommandChangesItsOwnCopyOnly) {
     ASSERT_TRUE(c.RunTo(10e-3));
     EXPECT_NEAR(LastOf(c, out1), 10.0, 1e-9);
     EXPECT_NEAR(LastOf(c, out2), 15.0, 1e-9);
+
+    // Another file reloads at the next start; a handle into the old copy
+    // stays harmless.
+    const int oldR2 = QZ3_GetParam(c.ncir, "X1.R2.R");
+    ASSERT_GT(oldR2, 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_SetText(c.ncir, "X1.File", "subcir_divider_quarter"), 0) << QZ3_GetError();
+    ASSERT_TRUE(c.RunTo(15e-3));
+    EXPECT_NEAR(LastOf(c, out1), 5.0, 1e-9);
+    EXPECT_DOUBLE_EQ(Value(c, "X1.R1.R"), 3000.0);
+    double old = 0;
+    EXPECT_EQ(QZ3_GetParamValue(c.ncir, oldR2, &old), 0) << QZ3_GetError();
 }
 
 // An inner value set through the interface before the run is used by it.
