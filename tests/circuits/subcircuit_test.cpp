@@ -202,3 +202,18 @@ TEST(Subcircuit, RunLeavesAttachmentAsItWas) {
     EXPECT_EQ(block(ReadFile(saved)), original);
     std::remove(saved.c_str());
 }
+
+// Labels of one name are one node in their level, whatever node numbers
+// the file gave them; a subcircuit's label of the same name as an outer one
+// is joined only through a pin. The outer OUT label has no source, so it
+// stays at 0 while the inner OUT divides the bus.
+TEST(Subcircuit, LabelsOfOneNameJoinWithinTheirLevel) {
+    Circuit c(TestCircuit("subcir_labels.qz3"));
+    const int r1 = QZ3_AddVTrace(c.ncir, "R1"), r2 = QZ3_AddVTrace(c.ncir, "R2");
+    const int inner = QZ3_AddVTrace(c.ncir, "X1.OUT");
+    QZ3_START_OR_SKIP(c);
+    ASSERT_TRUE(c.RunTo(2e-3));
+    EXPECT_NEAR(LastOf(c, r1), 4.0, 1e-9);
+    EXPECT_NEAR(LastOf(c, inner), 3.0, 1e-9);
+    EXPECT_NEAR(LastOf(c, r2), 0.0, 1e-9);
+}
