@@ -217,3 +217,18 @@ TEST(Subcircuit, LabelsOfOneNameJoinWithinTheirLevel) {
     EXPECT_NEAR(LastOf(c, inner), 3.0, 1e-9);
     EXPECT_NEAR(LastOf(c, r2), 0.0, 1e-9);
 }
+
+// An AC analysis flattens the subcircuit too: the divider's Thevenin form,
+// half the source behind 500 Ohm, into 1 uF gives 0.5 / |1 + j w 0.5 ms|.
+TEST(Subcircuit, FlattenedForAcAnalysis) {
+    Circuit c(TestCircuit("subcir_ac.qz3"));
+    ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+    const int trace = QZ3_GetACTrace(c.ncir, "V(C1)");
+    ASSERT_EQ(QZ3_GetACDataSize(c.ncir, trace), 101);
+    for (int k = 0; k < 101; k += 10) {
+        double f = 0, magnitude = 0, phase = 0;
+        ASSERT_EQ(QZ3_GetACDataAt(c.ncir, trace, k, &f, &magnitude, &phase), 0) << QZ3_GetError();
+        const double wrc = 2 * 3.14159265358 * f * 0.5e-3;
+        EXPECT_NEAR(magnitude * std::sqrt(1 + wrc * wrc), 0.5, 1e-9) << f;
+    }
+}

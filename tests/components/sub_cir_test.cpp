@@ -29,7 +29,8 @@ TEST(SubCir, TableFollowsThePinsAndTheBox) {
     CCmps list(nullptr);
     LoadList(list,
              R"(<Cmps><Cmp type="X_B3" name="X1" model="SubCir"><SubCir file="a" label1="p" label3="q" cmd="R1.R=2" /></Cmp>)"
-             R"(<Cmp type="X_QZ3" name="X2" model="SubCir" /></Cmps>)");
+             R"(<Cmp type="X_QZ3" name="X2" model="SubCir" />)"
+             R"(<Cmp type="X_CUSTOM" name="X3" model="SubCir"><Custom l="3" r="1" /><SubCir label3="z" /></Cmp></Cmps>)");
     CCmp* x1 = list.Find("X1");
     ASSERT_NE(x1, nullptr);
     EXPECT_EQ(Names(x1->ParamTable()), "File,Pin1,Pin2,Pin3,Cmd,IC,");
@@ -43,6 +44,12 @@ TEST(SubCir, TableFollowsThePinsAndTheBox) {
     EXPECT_EQ(x2->pinCount, 3);
     EXPECT_EQ(Names(x2->ParamTable()), "File,Cmd,IC,");
     EXPECT_EQ(x2->SubCircuit().m_Labels, (std::vector<std::string>{"x1", "x2", "x3"}));
+    // A custom block takes its pins from the box and offers a row for each.
+    CCmp* x3 = list.Find("X3");
+    ASSERT_NE(x3, nullptr);
+    EXPECT_EQ(x3->pinCount, 3);
+    EXPECT_EQ(Names(x3->ParamTable()), "File,Pin1,Pin2,Pin3,Cmd,IC,");
+    EXPECT_EQ(x3->FindParam("Pin3")->GetText(), "z");
 }
 
 TEST(SubCir, FileElementRoundTrip) {
