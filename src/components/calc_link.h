@@ -26,5 +26,7 @@ bool DocLogicLevels(CDoc* doc, double& low, double& high, double& threshold);
 // A file by name as the document finds it (its folder, its libraries);
 // without a document the name itself if it exists; "" if not found.
 std::string FindDocumentFile(CDoc* doc, const std::string& name);
+// The same, with ext given to a name that has no extension (".qz3").
+std::string FindDocumentFile(CDoc* doc, const std::string& name, const std::string& ext);
 
 }  // namespace qz3

@@ -3,6 +3,7 @@
 #include "components/calc_link.h"
 #include "components/cmps.h"
 #include "components/custom_type.h"
+#include "components/sub_cir.h"
 #include "xml/xml_node.h"
 #include "expr/formula.h"
 
@@ -15,6 +16,7 @@ CCmp::CCmp(const CCmpType* typeDescriptor) : typeInfo(typeDescriptor), pwl(&stat
 }
 
 CCmp::~CCmp() {
+    delete subCir;
     delete custom;
     delete[] nodes;
     delete states;
@@ -64,10 +66,24 @@ const CModelInfo* CCmp::FindModel(const std::string& text, bool ignoreCase) cons
 
 CParam* CCmp::ParamTable() {
     if (IsClosed()) return nullptr;
-    // A subcircuit's own table comes with the hierarchy; until then a
-    // SubCir component offers no rows of the element's.
-    if (model == ModelId::SubCir) return nullptr;
+    if (model == ModelId::SubCir) return SubCircuit().Params();
     return BindParams();
+}
+
+CSubCir& CCmp::SubCircuit() {
+    if (!subCir) {
+        subCir = new CSubCir(this);
+        subCir->SetPins(pinCount);
+    }
+    return *subCir;
+}
+
+CCmps* CCmp::InnerCmps() {
+    if (!IsSubCircuit()) return nullptr;
+    CSubCir& sub = SubCircuit();
+    if (!sub.LoadForAccess(owner ? owner->doc : nullptr)) return nullptr;
+    sub.m_Accessed = sub.m_Reached = true;
+    return sub.Inner();
 }
 
 bool CCmp::PrepareModelTable(CSolverPort* calc) { return model != ModelId::Pwl || PrepareTable(calc, pwl); }
@@ -142,6 +158,7 @@ bool CCmp::Xml(CXmlNode* node, bool modelOnly) {
         XmlIdentity(node);
         XmlNodes(node);
         XmlModel(node);
+        if (IsSubCircuit()) SubCircuit().Xml(node);
     }
     XmlStates(node);
     XmlAttachment(node);

@@ -47,6 +47,7 @@ class CCmp;
 class CCmps;
 class CXmlNode;
 class CCustomElemType;
+class CSubCir;
 
 // The phases of Simulate, by number; 3, 8 and 10 do not exist.
 enum Phase : int {
@@ -197,6 +198,12 @@ public:
     // A subcircuit stands in for the element: the solver walks its
     // flattened content and never this component's phases.
     bool IsSubCircuit() const { return model == ModelId::SubCir; }
+    // The subcircuit member, made on first use: most components never
+    // have the model that needs it.
+    CSubCir& SubCircuit();
+    // The inner list of a subcircuit, loaded for access by name when it
+    // isn't yet; null for other models or when nothing can be loaded.
+    CCmps* InnerCmps();
     // The model changed since the last run that started.
     bool ModelChanged() const { return model != lastModel; }
     // Before PhaseInit: the model's own piecewise-linear table is loaded
@@ -226,6 +233,7 @@ public:
     CCmps* owner = nullptr;
     const CCmpType* typeInfo = nullptr;
     CCustomElemType* custom = nullptr;
+    CSubCir* subCir = nullptr;  // owned; null until the model is first used
     int id = 0;
     TypeId type = TypeId::None;
     std::string name;

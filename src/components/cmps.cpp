@@ -8,6 +8,7 @@
 #include "components/cmp.h"
 #include "components/elem_set.h"
 #include "components/formula_links.h"
+#include "components/sub_cir.h"
 #include "xml/xml_node.h"
 #include "expr/eval_expr.h"
 #include "expr/formula.h"
@@ -87,6 +88,32 @@ bool CombineValues(int op, double old, double value, double& out) {
     return true;
 }
 
+// Replaces the item "name=..." of a comma list, or appends one.
+void SetListItem(std::string& list, const std::string& name, const std::string& value) {
+    std::string out;
+    bool replaced = false;
+    const int count = ListCount(list);
+    for (int n = 0; n < count; ++n) {
+        std::string item = TrimBlanks(ListItem(list, n));
+        const std::string key = TrimBlanks(item.substr(0, item.find('=')));
+        if (!replaced && SameTextNoCase(key, name)) {
+            item = name + "=" + value;
+            replaced = true;
+        }
+        AddKeyStr(out, "", item);
+    }
+    if (!replaced) AddKeyStr(out, "", name + "=" + value);
+    list = out;
+}
+
+// The inner state becomes the subcircuit's own initial conditions, as an
+// element's state becomes its IC parameter.
+std::string SubCircuitIC(CCmp& cmp, int index) {
+    const std::string text = cmp.SubCircuit().StateText(index);
+    if (!text.empty()) cmp.SubCircuit().m_IC = text;
+    return text;
+}
+
 }  // namespace
 
 void SplitPath(const std::string& path, std::string& left, std::string& right) {
@@ -152,6 +179,7 @@ bool CCmps::Save(CXmlNode* node) {
     if (!node) return false;
     node->m_bWrite = true;
     for (CCmp* cmp : m_List) {
+        if (cmp->IsSubCircuit() && cmp->subCir && cmp->subCir->m_Accessed) cmp->subCir->RewriteAttachment();
         CXmlNode* child = node->AddChild("Cmp");
         cmp->Xml(child, false);
         cmp->WriteForeignContent(child);
@@ -183,13 +211,13 @@ CCmp* CCmps::Find(const std::string& name) const {
     return nullptr;
 }
 
-// Subcircuit lists come with the hierarchy; until then a path ends at the
-// first level.
 CCmp* CCmps::FindPath(const std::string& path) const {
     std::string left, right;
     SplitPath(path, left, right);
     CCmp* cmp = Find(left);
-    return right.empty() ? cmp : nullptr;
+    if (!cmp || right.empty()) return cmp;
+    CCmps* inner = cmp->InnerCmps();
+    return inner ? inner->FindPath(right) : nullptr;
 }
 
 CParam* CCmps::FindParam(const std::string& path, CCmp** found) const {
@@ -199,8 +227,12 @@ CParam* CCmps::FindParam(const std::string& path, CCmp** found) const {
     if (!cmp) return nullptr;
     CParam* table = cmp->ParamTable();
     CParam* row = right.empty() ? (table && table->Kind != kParamEnd ? table : nullptr) : FindParamRow(table, right);
-    if (row && found) *found = cmp;
-    return row;
+    if (row) {
+        if (found) *found = cmp;
+        return row;
+    }
+    CCmps* inner = right.empty() ? nullptr : cmp->InnerCmps();
+    return inner ? inner->FindParam(right, found) : nullptr;
 }
 
 bool CCmps::FindValue(const std::string& path, double& value) const {
@@ -236,8 +268,34 @@ void CCmps::ParamAccess(int op, const std::string& path, const std::string& inde
     CParam* table = cmp->ParamTable();
     if (!table) return AccessModel(cmp, value, result, ok);
     CParam* row = right.empty() ? (table->Kind != kParamEnd ? table : nullptr) : FindParamRow(table, right);
-    if (!row) return fail(path + " not found");
-    AccessRow(cmp, row, op, value, result, ok, number);
+    if (row) return AccessRow(cmp, row, op, value, result, ok, number);
+    if (!cmp->IsSubCircuit()) return fail(path + " not found");
+    AccessInner(cmp, op, path, right, index, value, result, ok, errpos, number);
+}
+
+// A subcircuit that isn't loaded keeps an assignment as a command of its
+// own, which the next run applies; a loaded one passes it on inside, and
+// an attachment takes the change with it into the document.
+void CCmps::AccessInner(CCmp* cmp, int op, const std::string& path, const std::string& rest, const std::string& index,
+                        const std::string& value, std::string& result, bool& ok, int& errpos, double* number) {
+    CSubCir& sub = cmp->SubCircuit();
+    if (!cmp->attachment.empty()) sub.LoadForAccess(doc);
+    CCmps* inner = sub.Inner();
+    if (!inner) {
+        if (op == 0 || value.empty()) {
+            result = path + " not found";
+            ok = false;
+            return;
+        }
+        SetListItem(sub.m_Cmd, rest, value);
+        result = sub.m_Cmd;
+        MarkParamsChanged(doc);
+        return;
+    }
+    inner->ParamAccess(op, rest, index, value, result, ok, errpos, number);
+    if (!ok || op == 0 || cmp->attachment.empty()) return;
+    sub.RewriteAttachment();
+    sub.Unload();
 }
 
 void CCmps::AccessModel(CCmp* cmp, const std::string& value, std::string& result, bool& ok) {
@@ -321,7 +379,7 @@ void CCmps::SaveIC(std::string& out, int index) {
     for (CCmp* cmp : m_List) {
         if (cmp->IsDisconnected()) continue;
         std::string text;
-        const std::string ic = cmp->SaveIC(text, index, true);
+        const std::string ic = cmp->IsSubCircuit() ? SubCircuitIC(*cmp, index) : cmp->SaveIC(text, index, true);
         if (!ic.empty()) AddKeyBraced(out, cmp->FullName(), ic);
     }
 }

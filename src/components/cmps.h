@@ -26,6 +26,7 @@ class CCmp;
 class CDoc;
 class CParam;
 class CXmlNode;
+class CSubCir;
 
 // The one rule that splits a path into the name before the first point and
 // the rest; a quoted first part may hold points.
@@ -77,6 +78,8 @@ public:
     CDoc* doc;
     // Set by the version conversion: unknown types and models go unreported.
     bool m_QuietLoad = false;
+    // The subcircuit whose inner list this is; null for a document's list.
+    CSubCir* m_Holder = nullptr;
 
 private:
     CCmp* CreateFor(CXmlNode* child);
@@ -84,6 +87,8 @@ private:
     void AccessRow(CCmp* cmp, CParam* row, int op, const std::string& value, std::string& result, bool& ok,
                    double* number);
     bool EvalFormulaRow(CCmp* cmp, int row);
+    void AccessInner(CCmp* cmp, int op, const std::string& path, const std::string& rest, const std::string& index,
+                     const std::string& value, std::string& result, bool& ok, int& errpos, double* number);
 
     TList<CCmp> m_List;  // owned
 };

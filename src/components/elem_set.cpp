@@ -25,6 +25,8 @@
 #include "components/elem_s.h"
 #include "components/elem_t.h"
 #include "components/elem_v.h"
+#include "components/elem_w.h"
+#include "components/elem_x.h"
 #include "components/elem_y.h"
 #include "components/variable.h"
 
@@ -99,10 +101,10 @@ const CCmpType kTypes[] = {
     {"F_INTR", TypeId::IntegralWithReset, &CreateElement<CElemIntegral>, 3, nullptr, nullptr, nullptr, kModelsIntegral, &kIntegralParams, 0, "Integral with reset"},
     {"F_S", TypeId::SFunction, &CreateElement<CElemAC>, 2, nullptr, nullptr, nullptr, kModelsFS, &kTransferFunctionParams, 0, "s-function"},
     {"F_Z", TypeId::ZFunction, &CreateElement<CElemAC>, 2, nullptr, nullptr, nullptr, kModelsFZ, &kTransferFunctionParams, 0, "z-function"},
-    {"W_W", TypeId::Winding, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Winding"},
-    {"W_T2", TypeId::Transformer, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Transformer"},
-    {"W_T3", TypeId::DifferentialTransformer, &CreateElement<CElemPending>, 5, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Differential transformer"},
-    {"W_CUSTOM", TypeId::CustomTransformer, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Custom transformer"},
+    {"W_W", TypeId::Winding, &CreateElement<CElemW>, 3, nullptr, nullptr, nullptr, kModelsWW, &kWindingParams, 0, "Winding"},
+    {"W_T2", TypeId::Transformer, &CreateElement<CElemW>, 4, nullptr, nullptr, nullptr, kModelsWT, &kWindingParams, 0, "Transformer"},
+    {"W_T3", TypeId::DifferentialTransformer, &CreateElement<CElemW>, 5, nullptr, nullptr, nullptr, kModelsWT, &kWindingParams, 0, "Differential transformer"},
+    {"W_CUSTOM", TypeId::CustomTransformer, &CreateElement<CElemW>, 0, nullptr, nullptr, nullptr, kModelsWCustom, &kWindingParams, 0, "Custom transformer"},
     {"W_WM", TypeId::Wattmeter, &CreateElement<CElemA>, 3, nullptr, nullptr, nullptr, kModelsWattmeter, nullptr, 0, "Wattmeter"},
     {"Y_1", TypeId::Gate, &CreateElement<CElemY>, 2, nullptr, nullptr, nullptr, kModelsGate, &kLogicParams, 0, "Gate"},
     {"Y_2_AND", TypeId::And2, &CreateElement<CElemY>, 3, nullptr, nullptr, nullptr, kModelsGate, &kLogicParams, 0, "AND gate"},
@@ -125,13 +127,13 @@ const CCmpType kTypes[] = {
     {"X_Line", TypeId::TransmissionLine, &CreateElement<CElemLine>, 4, nullptr, nullptr, nullptr, kModelsLine, &kLineParams, 0, "Transmission line"},
     {"X_SH", TypeId::SampleHold, &CreateElement<CElemSH>, 3, nullptr, nullptr, nullptr, kModelsSampleHold, &kSampleHoldParams, 0, "Sample/hold"},
     {"X_DC", TypeId::DirectionalCoupler, &CreateElement<CElemDC>, 4, nullptr, nullptr, nullptr, kModelsCoupler, &kCouplerParams, 0, "Directional coupler"},
-    {"X_B2", TypeId::Block2, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Block-2"},
-    {"X_B3", TypeId::Block3, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Block-3"},
-    {"X_B4", TypeId::Block4, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Block-4"},
-    {"X_B6", TypeId::Block6, &CreateElement<CElemPending>, 6, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Block-6"},
-    {"X_B8", TypeId::Block8, &CreateElement<CElemPending>, 8, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Block-8"},
-    {"X_CUSTOM", TypeId::CustomBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Custom block"},
-    {"X_QZ3", TypeId::CircuitBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "QZ3 circuit"},
+    {"X_B2", TypeId::Block2, &CreateElement<CElemX>, 2, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "Block-2"},
+    {"X_B3", TypeId::Block3, &CreateElement<CElemX>, 3, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "Block-3"},
+    {"X_B4", TypeId::Block4, &CreateElement<CElemX>, 4, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "Block-4"},
+    {"X_B6", TypeId::Block6, &CreateElement<CElemX>, 6, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "Block-6"},
+    {"X_B8", TypeId::Block8, &CreateElement<CElemX>, 8, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "Block-8"},
+    {"X_CUSTOM", TypeId::CustomBlock, &CreateElement<CElemX>, 0, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "Custom block"},
+    {"X_QZ3", TypeId::CircuitBlock, &CreateElement<CElemX>, 0, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "QZ3 circuit"},
     {"X_C", TypeId::CodeBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "C-code"},
     {"X_DLL", TypeId::DllBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "DLL"},
     {"Z_Z", TypeId::Impedance, &CreateElement<CElemZ>, 2, nullptr, nullptr, nullptr, kModelsZ, &kImpedanceParams, 0, "Impedance"},

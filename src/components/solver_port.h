@@ -27,6 +27,7 @@
 namespace qz3 {
 
 class CCmp;
+class CCmps;
 class CDoc;
 
 class CSolverPort {
@@ -120,6 +121,13 @@ public:
     // A time the run must land on, learnt while running (a delayed corner);
     // the earliest one asked for stands until it is reached.
     virtual void AskBreak(double t) = 0;
+
+    // ---- subcircuits: the run stays one flat circuit
+    // The inner list of a subcircuit joins the run's components (its node
+    // ids are moved above all given out so far); false with the text set.
+    virtual bool LinkCmps(CCmps* list) = 0;
+    // Two node ids are one node: an outer pin and the inner label it meets.
+    virtual bool JoinNodes(int a, int b) = 0;
 
 protected:
     // The state of the run that elements read, kept by the solver.

@@ -27,9 +27,12 @@ void MarkParamsChanged(CDoc* doc) {
     if (CCalc* calc = DocCalc(doc)) calc->m_Changes |= kChangeParams;
 }
 
-std::string FindDocumentFile(CDoc* doc, const std::string& name) {
-    if (doc) return doc->FindFile(name, "");
-    return FileExists(name) ? name : std::string();
+std::string FindDocumentFile(CDoc* doc, const std::string& name) { return FindDocumentFile(doc, name, ""); }
+
+std::string FindDocumentFile(CDoc* doc, const std::string& name, const std::string& ext) {
+    if (doc) return doc->FindFile(name, ext);
+    if (FileExists(name)) return name;
+    return !ext.empty() && FileExists(name + ext) ? name + ext : std::string();
 }
 
 }  // namespace qz3

@@ -45,7 +45,9 @@ CTrace* CDoc::NewTrace(int type, const std::string& text) {
     std::string label = text;
     if (type >= kTraceV && type <= kTraceP) {
         const CNewTraceKind& kind = kComponentKinds[type];
-        cmp = m_Cmps->Find(text);
+        // A component inside a subcircuit is named by its path ("X1.R2");
+        // the trace keeps the outer component's id and the path.
+        cmp = m_Cmps->FindPath(text);
         if (!cmp) {
             m_LastError = "component " + text + " not found";
             return nullptr;
@@ -72,6 +74,11 @@ CTrace* CDoc::NewTrace(int type, const std::string& text) {
     }
     auto* trace = new CTrace(m_Tran->m_Traces.get());
     trace->m_Type = type;
+    if (cmp && !cmp->prefix.empty()) {
+        std::string outer, rest;
+        SplitPath(text, outer, rest);
+        cmp = m_Cmps->Find(outer);
+    }
     trace->m_Id = cmp ? cmp->id : 0;
     trace->m_Expr = label;
     m_Tran->m_Traces->Add(trace);

@@ -141,6 +141,8 @@ public:
     void RequestJump() override { m_JumpRequest = true; }
     std::string ZTransformText() const override;
     void AskBreak(double t) override;
+    bool LinkCmps(CCmps* list) override { return PrepareCmpList(list); }
+    bool JoinNodes(int a, int b) override { return AddNodePair(a, b); }
 
     // ---- links (calc_links.cpp)
     void AddLink(int kind, int a, int b, int source, double value);

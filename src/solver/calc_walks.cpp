@@ -8,7 +8,9 @@
 
 #include "components/cmp.h"
 #include "components/cmps.h"
+#include "components/sub_cir.h"
 #include "expr/number_text.h"
+#include "expr/param.h"
 #include "expr/state_text.h"
 #include "solver/calc.h"
 #include "solver/run_document.h"
@@ -33,6 +35,21 @@ int OffsetPinNodes(CCmps* list, int offset) {
     return highest;
 }
 
+// Labels of one name are one node within their level, whatever numbers
+// the file gave their pins; a subcircuit's labels stay its own.
+bool JoinLabelsByName(CCmps* list, CCalc& calc) {
+    for (int i = 0; i < list->Count(); ++i) {
+        const CCmp* a = list->At(i);
+        if (!a->IsLabel() || a->pinCount < 1 || a->nodes[0] < 0) continue;
+        for (int j = i + 1; j < list->Count(); ++j) {
+            const CCmp* b = list->At(j);
+            if (!b->IsLabel() || b->pinCount < 1 || b->nodes[0] < 0 || !SameTextNoCase(a->name, b->name)) continue;
+            if (a->nodes[0] != b->nodes[0] && !calc.AddNodePair(a->nodes[0], b->nodes[0])) return false;
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 bool CCalc::PrepareCmps() {
@@ -43,22 +60,30 @@ bool CCalc::PrepareCmps() {
 // All faults of all components are listed before the run gives up.
 bool CCalc::PrepareCmpList(CCmps* list) {
     m_MaxNode = OffsetPinNodes(list, m_MaxNode);
+    if (!JoinLabelsByName(list, *this)) {
+        SetError("No enough memory");
+        return false;
+    }
     bool sound = true;
     for (int i = 0; i < list->Count(); ++i) {
         CCmp* cmp = list->At(i);
         if (cmp->IsDisconnected()) continue;
         cmp->owner = list;
         m_Cmps.Add(cmp);
+        if (cmp->IsSubCircuit()) {
+            // The container stays in m_Cmps only to be found; its content
+            // joins the run here, recursively, as elements of their own.
+            if (!cmp->SubCircuit().Prepare(this)) {
+                CodeError(ErrorMark::Subcircuit);
+                return false;
+            }
+            cmp->lastModel = cmp->model;
+            continue;
+        }
         if (!cmp->CheckParams(this)) sound = false;
         if (cmp->ModelChanged()) {
             cmp->pwl.Reset();
             cmp->Simulate(this, PhaseReset, m_Time);
-        }
-        if (cmp->IsSubCircuit()) {
-            // Flattening of subcircuits joins the library with the hierarchy.
-            CmpError(cmp, "subcircuits not available in this build");
-            CodeError(ErrorMark::Subcircuit);
-            return false;
         }
         if (!cmp->PrepareModelTable(this)) {
             CodeError(ErrorMark::ComponentTable);
@@ -88,7 +113,8 @@ bool CCalc::CollectPinNodes() {
 
 int CCalc::AssignAllBranches(int first) {
     int count = 0;
-    for (CCmp* cmp : m_Cmps) count += cmp->AssignBranches(this, first + count);
+    for (CCmp* cmp : m_Cmps)
+        if (!cmp->IsSubCircuit()) count += cmp->AssignBranches(this, first + count);
     return count;
 }
 

@@ -29,6 +29,17 @@ CCmp* FindCmpById(CDoc* doc, int id) {
     return nullptr;
 }
 
+// A trace inside a subcircuit keeps the id of the outer component and the
+// whole path in its expression, "V(X1.R2)"; the inner list is loaded by now.
+CCmp* InnerTarget(CCmp* cmp, const std::string& expr) {
+    if (!cmp || !cmp->IsSubCircuit() || !cmp->owner) return cmp;
+    const size_t open = expr.find('(');
+    std::string path = open == std::string::npos ? expr : expr.substr(open + 1);
+    if (!path.empty() && path.back() == ')') path.pop_back();
+    CCmp* inner = cmp->owner->FindPath(path);
+    return inner ? inner : cmp;
+}
+
 bool IsExcitationType(int type) { return type >= kTraceZ && type <= kTraceLoop; }
 
 }  // namespace
@@ -111,7 +122,7 @@ bool CTraces::Bind(CCalc& calc) {
         trace->Unbind();
         CCmp* cmp = nullptr;
         if (trace->m_Id > 0)
-            cmp = FindCmpById(doc, trace->m_Id);
+            cmp = InnerTarget(FindCmpById(doc, trace->m_Id), trace->m_Expr);
         else if (trace->m_Id == 0 && !trace->m_bTran && IsExcitationType(trace->m_Type) && doc)
             cmp = FindCmpById(doc, RunDocument(doc).ac->m_Id);
         trace->EnsureVars();
