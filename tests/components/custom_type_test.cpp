@@ -44,7 +44,7 @@ TEST(CustomType, PinsStandLeftRightTopBottomFromTheLowBit) {
 }
 
 TEST(CustomType, EmptyBoxHasNoPinsAndDotsPairPins) {
-    CCustomElemType empty = Loaded("Y_CUSTOM", "<Custom/>");
+    CCustomElemType empty = Loaded("Y_CUSTOM", "<Custom />");
     empty.Rebuild(1);
     EXPECT_EQ(empty.m_PinCount, 0);
     EXPECT_TRUE(empty.m_Pins.empty());
@@ -65,7 +65,7 @@ TEST(CustomType, RoundTripWritesOnlySetMasksAndTheNameLists) {
     CCustomElemType box = Loaded("X_C",
                                  R"(<Custom w="2" h="3" l="7" r3="1" b="0" t="0" d="0">)"
                                  R"(<Ins><In name="a"/><In name="b"/><In name="c"/></Ins>)"
-                                 R"(<Outs><Out name="y"/></Outs><Vars/></Custom>)");
+                                 R"(<Outs><Out name="y"/></Outs><Vars /></Custom>)");
     EXPECT_EQ(box.m_Ins, "a,b,c");
     EXPECT_EQ(box.m_Outs, "y");
     EXPECT_EQ(box.m_Vars, "");
