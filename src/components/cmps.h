@@ -26,6 +26,7 @@ class CCmp;
 class CDoc;
 class CParam;
 class CXmlNode;
+struct CVarEntry;
 
 // The one rule that splits a path into the name before the first point and
 // the rest; a quoted first part may hold points.
@@ -61,6 +62,9 @@ public:
     // whose pins are all unconnected yield nothing.
     bool FindValue(const std::string& path, double& value) const;
     bool FindValue(const std::string& path, CValue& value) const;
+    // "comp.variable" of a component that keeps variables (a code block);
+    // null if none.
+    CVarEntry* FindVar(const std::string& path) const;
 
     // Reads (op 0) or assigns (op 20, or a combining assignment code) a
     // parameter by path. ok and result tell the outcome in every case.

@@ -128,4 +128,11 @@ int CodeLineOf(std::string_view source, int32_t pos);
 // openComment to its 1-based position.
 std::string CleanCode(std::string_view text, int32_t* openComment);
 
+
+// Initial values written as C-code, "a=1, b[2]=0.5": each "," becomes ";"
+// and a ";" is put behind, and the statements run over `vars`; whatever
+// they declare is dropped behind them. False with ExprError() and
+// CodeErrorPos() (parse or run).
+bool RunInitialValues(std::string_view text, CVarList* vars, CCmps* cmps, CCodeHost* host);
+
 }  // namespace qz3

@@ -325,4 +325,20 @@ int CCodeNode::Run(int firstChild, CVarList* vars, int scopeBase, int mode) {
     return runner.RunList(*block, 0, scopeBase) == kCodeFailed ? kCodeFailed : kCodeDone;
 }
 
+
+bool RunInitialValues(std::string_view text, CVarList* vars, CCmps* cmps, CCodeHost* host) {
+    std::string statements(text);
+    statements += ';';
+    for (char& c : statements)
+        if (c == ',') c = ';';
+    CCodeNode tree;
+    tree.Cmps = cmps;
+    tree.Host = host;
+    if (!tree.Parse(statements)) return false;
+    const int32_t base = vars->Count();
+    const int code = tree.Run(0, vars, base, kRunAll);
+    vars->Truncate(base);
+    return code != kCodeFailed;
+}
+
 }  // namespace qz3

@@ -141,6 +141,9 @@ public:
     void RequestJump() override { m_JumpRequest = true; }
     std::string ZTransformText() const override;
     void AskBreak(double t) override;
+    bool StopRequested() const override { return m_Terminate; }
+    int32_t MsInStep() const override { return ClockMs() - m_Ticks; }
+    int TimeOutSeconds() const override;
 
     // ---- links (calc_links.cpp)
     void AddLink(int kind, int a, int b, int source, double value);

@@ -36,6 +36,8 @@ int OffsetPinNodes(CCmps* list, int offset) {
 }  // namespace
 
 bool CCalc::PrepareCmps() {
+    // Elements that run programs at preparation measure their time from here.
+    m_Ticks = ClockMs();
     CCmps* cmps = RunDocument(m_Doc).cmps;
     return cmps ? PrepareCmpList(cmps) : true;
 }
