@@ -156,20 +156,23 @@ TEST(ElemF, PinsOfFixedAndBoxedBlocksAndTheirFileKeys) {
     EXPECT_EQ(copy->pinCount, 4);
     EXPECT_EQ(copy->PinName(3), "out");
 
-    // A code block: two named inputs, an output without a name and a clock.
+    // A code block: two named inputs, a named output, one without a name
+    // and a clock.
     CXmlNode file;
-    file.ParseText(R"(<Cmp type="X_C" name="C1" model="C" c_code="y=1;"><Custom l="3" r="1" b="1">)"
-                   R"(<Ins><In name="a"/><In name="b"/></Ins><Outs><Out name=""/></Outs></Custom></Cmp>)",
+    file.ParseText(R"(<Cmp type="X_C" name="C1" model="C" c_code="y=1;"><Custom l="3" r="3" b="1">)"
+                   R"(<Ins><In name="a"/><In name="b"/></Ins><Outs><Out name="y"/><Out name=""/></Outs>)"
+                   R"(</Custom></Cmp>)",
                    1);
     auto code = MakeElem<CElemCode>("X_C");
     code->Xml(&file, false);
     EXPECT_EQ(code->m_Code, "y=1;");
-    EXPECT_EQ(code->pinCount, 4);
+    EXPECT_EQ(code->pinCount, 5);
     EXPECT_EQ(code->m_Inputs, 2);
-    EXPECT_EQ(code->m_Outputs, 1);
+    EXPECT_EQ(code->m_Outputs, 2);
     EXPECT_EQ(code->m_Clocked, 1);
-    EXPECT_EQ(code->PinName(2), "unnamed_out_3");
-    EXPECT_EQ(code->PinName(3), "clk");
+    EXPECT_EQ(code->PinName(2), "y");
+    EXPECT_EQ(code->PinName(3), "unnamed_out_4");
+    EXPECT_EQ(code->PinName(4), "clk");
     auto fresh = MakeElem<CElemCode>("X_C");
     EXPECT_EQ(fresh->pinCount, 6);
     EXPECT_EQ(fresh->PinName(4), "y2");
