@@ -64,6 +64,9 @@ private:
     CCodeHost* m_Host;
     CCmps* m_Cmps;
     CVarList* m_Vars;
+    // Cycles of all loops of this run together: nested loops of 99 cycles
+    // each would otherwise never reach a check.
+    int64_t m_Cycles = 0;
 };
 
 int CCodeRunner::RunList(const CCodeNode& node, int first, int scopeBase) {
@@ -190,10 +193,11 @@ int CCodeRunner::RunFor(const CCodeNode& node, int scopeBase) {
     }
 }
 
-// Every hundredth cycle: a stop ends the run without a message, a spent
-// time allowance with the loop's own.
+// Every hundredth cycle of the run's loops: a stop ends the run without a
+// message, a spent time allowance with the loop's own, which names the
+// loop's own cycle.
 bool CCodeRunner::Guard(const char* loop, int cycle) {
-    if (cycle % 100 != 0) return true;
+    if (++m_Cycles % 100 != 0) return true;
     if (m_Host && m_Host->StopRequested()) return Fail(std::string());
     if (m_Host && m_Host->TimedOut())
         return Fail(std::string("'") + loop + "' loop time-out at cycle " + std::to_string(cycle));

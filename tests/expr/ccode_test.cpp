@@ -273,6 +273,14 @@ TEST(CCode, LoopsEndByTheTimeLimitAndTheStopFlag) {
         EXPECT_EQ(run.code, kCodeFailed) << text;
         EXPECT_EQ(run.message, std::string("'") + loop + "' loop time-out at cycle 300") << text;
     }
+    // Nested loops that each stay below 100 cycles still meet the check.
+    CTestHost nested;
+    nested.allowedChecks = 2;
+    CRun inner;
+    RunText("int i; int j; while (1) { for (i = 0; i < 99; i++) { for (j = 0; j < 99; j++) ; } }", inner, &nested);
+    EXPECT_EQ(inner.code, kCodeFailed);
+    EXPECT_EQ(inner.message.rfind("'for' loop time-out at cycle ", 0), 0u) << inner.message;
+
     CTestHost stopping;
     stopping.stop = true;
     CRun stopped;
