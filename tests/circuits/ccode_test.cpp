@@ -92,3 +92,33 @@ TEST(CodeBlock, EndlessLoopEndsByTheTimeOut) {
 }
 
 }  // namespace
+
+namespace {
+
+using qz3test::Circuit;
+using qz3test::TestCircuit;
+
+TEST(FunctionBlock, ClockedBlockHoldsBetweenRisingEdgesOthersFollow) {
+    Circuit c(TestCircuit("fblocks.qz3"));
+    const int hold = QZ3_AddVTrace(c.ncir, "RHOLD");
+    const int mul = QZ3_AddVTrace(c.ncir, "RMUL");
+    const int formula = QZ3_AddVTrace(c.ncir, "RFN");
+    const int bus = QZ3_AddVTrace(c.ncir, "RBUS");
+    ASSERT_GE(bus, 0) << QZ3_GetError();
+    QZ3_START_OR_SKIP(c);
+    ASSERT_TRUE(c.RunTo(3e-3));
+    // |ramp| * 2 taken at the rising edges 0.25, 1.25, 2.25 ms: 1.5, 0.5, 2.5.
+    EXPECT_NEAR(c.ValueAt(hold, 0.2e-3), 0.0, 1e-12) << "nothing before the first edge";
+    for (const auto& [t, v] : {std::pair{0.3e-3, 1.5}, {1.2e-3, 1.5}, {1.3e-3, 0.5}, {2.2e-3, 0.5}, {2.9e-3, 2.5}})
+        EXPECT_NEAR(c.ValueAt(hold, t), v, 0.03) << t;
+    // The unclocked ones follow the ramp a step behind.
+    for (double t : {0.5e-3, 1.5e-3, 2.5e-3}) {
+        EXPECT_NEAR(c.ValueAt(mul, t), 2 * (t * 1000 - 1), 0.03) << t;
+        EXPECT_NEAR(c.ValueAt(formula, t), 2 * (t * 1000 - 1), 0.03) << t;
+    }
+    // Bits 1, 0, 1 while the clock is high: 5; all low: 0.
+    EXPECT_NEAR(c.ValueAt(bus, 0.5e-3), 5.0, 1e-9);
+    EXPECT_NEAR(c.ValueAt(bus, 0.9e-3), 0.0, 1e-9);
+}
+
+}  // namespace
