@@ -48,6 +48,7 @@ class CCmps;
 class CXmlNode;
 class CCustomElemType;
 class CSubCir;
+class CVarList;
 
 // The phases of Simulate, by number; 3, 8 and 10 do not exist.
 enum Phase : int {
@@ -181,6 +182,9 @@ public:
     // triggered a failed attempt to treat its open position as a leak
     // (`softOpen`); true for elements whose stamp honours that request.
     virtual bool CanSoftOpen() const { return false; }
+    // The variables a program of the element keeps (a code block's), which
+    // formulas read as "component.variable"; null for most elements.
+    virtual CVarList* Variables() { return nullptr; }
 
     // The parameter table of the present model, or null for a closed one.
     CParam* ParamTable();

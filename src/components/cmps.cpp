@@ -9,6 +9,7 @@
 #include "components/elem_set.h"
 #include "components/formula_links.h"
 #include "components/sub_cir.h"
+#include "expr/var_list.h"
 #include "xml/xml_node.h"
 #include "expr/eval_expr.h"
 #include "expr/formula.h"
@@ -245,9 +246,25 @@ bool CCmps::FindValue(const std::string& path, double& value) const {
 
 bool CCmps::FindValue(const std::string& path, CValue& value) const {
     double x = 0.0;
-    if (!FindValue(path, x)) return false;
-    value.SetDouble(x);
+    if (FindValue(path, x)) {
+        value.SetDouble(x);
+        return true;
+    }
+    // A name not in the table may be a variable of the component's program.
+    CVarEntry* entry = FindVar(path);
+    if (!entry || entry->IsArray()) return false;
+    value = entry->Value[0];
     return true;
+}
+
+CVarEntry* CCmps::FindVar(const std::string& path) const {
+    std::string left, right;
+    SplitPath(path, left, right);
+    if (right.empty()) return nullptr;
+    CCmp* cmp = Find(left);
+    if (!cmp || cmp->IsDisconnected()) return nullptr;
+    CVarList* vars = cmp->Variables();
+    return vars ? vars->Find(right) : nullptr;
 }
 
 void CCmps::ParamAccess(int op, const std::string& path, const std::string& index, std::string value,

@@ -27,6 +27,7 @@ class CDoc;
 class CParam;
 class CXmlNode;
 class CSubCir;
+struct CVarEntry;
 
 // The one rule that splits a path into the name before the first point and
 // the rest; a quoted first part may hold points.
@@ -62,6 +63,9 @@ public:
     // whose pins are all unconnected yield nothing.
     bool FindValue(const std::string& path, double& value) const;
     bool FindValue(const std::string& path, CValue& value) const;
+    // "comp.variable" of a component that keeps variables (a code block);
+    // null if none.
+    CVarEntry* FindVar(const std::string& path) const;
 
     // Reads (op 0) or assigns (op 20, or a combining assignment code) a
     // parameter by path. ok and result tell the outcome in every case.

@@ -5,7 +5,9 @@
 #include "components/cmp.h"
 #include "components/elem_a.h"
 #include "components/elem_ac.h"
+#include "components/elem_code.h"
 #include "components/elem_dc.h"
+#include "components/elem_f.h"
 #include "components/elem_delay.h"
 #include "components/elem_integral.h"
 #include "components/elem_label.h"
@@ -92,11 +94,11 @@ const CCmpType kTypes[] = {
     {"T_NFET", TypeId::NFet, &CreateElement<CElemFET>, 3, nullptr, nullptr, nullptr, kModelsNFet, &kFetParams, 0, "N-FET"},
     {"T_PFET", TypeId::PFet, &CreateElement<CElemFET>, 3, nullptr, nullptr, nullptr, kModelsPFet, &kFetParams, 0, "P-FET"},
     {"X_Delay", TypeId::Delay, &CreateElement<CElemDelay>, 2, nullptr, nullptr, nullptr, kModelsDelay, &kDelayParams, 0, "Delay"},
-    {"F_1", TypeId::Function, &CreateElement<CElemPending>, 2, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function"},
-    {"F_1C", TypeId::FunctionClocked, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function with clock"},
-    {"F_2", TypeId::Function2, &CreateElement<CElemPending>, 3, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function-2"},
-    {"F_2C", TypeId::Function2Clocked, &CreateElement<CElemPending>, 4, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Function-2 with clock"},
-    {"F_CUSTOM", TypeId::CustomFunction, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Custom function"},
+    {"F_1", TypeId::Function, &CreateElement<CElemF>, 2, nullptr, nullptr, nullptr, kModelsF1, &kFunctionBlockParams, 0, "Function"},
+    {"F_1C", TypeId::FunctionClocked, &CreateElement<CElemF>, 3, nullptr, nullptr, nullptr, kModelsF1, &kFunctionBlockParams, 0, "Function with clock"},
+    {"F_2", TypeId::Function2, &CreateElement<CElemF>, 3, nullptr, nullptr, nullptr, kModelsF2, &kFunctionBlockParams, 0, "Function-2"},
+    {"F_2C", TypeId::Function2Clocked, &CreateElement<CElemF>, 4, nullptr, nullptr, nullptr, kModelsF2, &kFunctionBlockParams, 0, "Function-2 with clock"},
+    {"F_CUSTOM", TypeId::CustomFunction, &CreateElement<CElemF>, 0, nullptr, nullptr, nullptr, kModelsFCustom, &kFunctionBlockParams, 0, "Custom function"},
     {"F_INT", TypeId::Integral, &CreateElement<CElemIntegral>, 2, nullptr, nullptr, nullptr, kModelsIntegral, &kIntegralParams, 0, "Integral"},
     {"F_INTR", TypeId::IntegralWithReset, &CreateElement<CElemIntegral>, 3, nullptr, nullptr, nullptr, kModelsIntegral, &kIntegralParams, 0, "Integral with reset"},
     {"F_S", TypeId::SFunction, &CreateElement<CElemAC>, 2, nullptr, nullptr, nullptr, kModelsFS, &kTransferFunctionParams, 0, "s-function"},
@@ -123,7 +125,7 @@ const CCmpType kTypes[] = {
     {"Y_CLG", TypeId::LogicControlledGenerator, &CreateElement<CElemLG>, 2, nullptr, nullptr, nullptr, kModelsLogicControlledGenerator, &kLogicGeneratorParams, 0, "Logic controlled logic generator"},
     {"Y_VCLG", TypeId::VoltageControlledGenerator, &CreateElement<CElemLG>, 3, nullptr, nullptr, nullptr, kModelsVoltageControlledGenerator, &kLogicGeneratorParams, 0, "Voltage controlled logic generator"},
     {"Y_CCLG", TypeId::CurrentControlledGenerator, &CreateElement<CElemLG>, 3, nullptr, nullptr, nullptr, kModelsCurrentControlledGenerator, &kLogicGeneratorParams, 0, "Current controlled logic generator"},
-    {"Y_BUS", TypeId::Bus, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "Bus"},
+    {"Y_BUS", TypeId::Bus, &CreateElement<CElemF>, 0, nullptr, nullptr, nullptr, kModelsBus, &kFunctionBlockParams, 0, "Bus"},
     {"X_Line", TypeId::TransmissionLine, &CreateElement<CElemLine>, 4, nullptr, nullptr, nullptr, kModelsLine, &kLineParams, 0, "Transmission line"},
     {"X_SH", TypeId::SampleHold, &CreateElement<CElemSH>, 3, nullptr, nullptr, nullptr, kModelsSampleHold, &kSampleHoldParams, 0, "Sample/hold"},
     {"X_DC", TypeId::DirectionalCoupler, &CreateElement<CElemDC>, 4, nullptr, nullptr, nullptr, kModelsCoupler, &kCouplerParams, 0, "Directional coupler"},
@@ -134,7 +136,7 @@ const CCmpType kTypes[] = {
     {"X_B8", TypeId::Block8, &CreateElement<CElemX>, 8, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "Block-8"},
     {"X_CUSTOM", TypeId::CustomBlock, &CreateElement<CElemX>, 0, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "Custom block"},
     {"X_QZ3", TypeId::CircuitBlock, &CreateElement<CElemX>, 0, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "QZ3 circuit"},
-    {"X_C", TypeId::CodeBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "C-code"},
+    {"X_C", TypeId::CodeBlock, &CreateElement<CElemCode>, 0, nullptr, nullptr, nullptr, kModelsCodeBlock, &kCodeBlockParams, 0, "C-code"},
     {"X_DLL", TypeId::DllBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "DLL"},
     {"Z_Z", TypeId::Impedance, &CreateElement<CElemZ>, 2, nullptr, nullptr, nullptr, kModelsZ, &kImpedanceParams, 0, "Impedance"},
 };

@@ -8,6 +8,7 @@
 #include "expr/eval_links.h"
 #include "expr/param.h"
 #include "expr/param_context.h"
+#include "expr/var_list.h"
 
 namespace qz3 {
 
@@ -26,6 +27,11 @@ CCmp* ComponentByPath(CCmps* cmps, std::string_view path) {
     return cmps ? cmps->FindPath(std::string(path)) : nullptr;
 }
 
+CVarEntry* ComponentArrayByName(CCmps* cmps, std::string_view name) {
+    CVarEntry* entry = cmps ? cmps->FindVar(std::string(name)) : nullptr;
+    return entry && entry->IsArray() ? entry : nullptr;
+}
+
 }  // namespace
 
 void LinkComponentsToFormulas() {
@@ -34,6 +40,7 @@ void LinkComponentsToFormulas() {
     links.ParamValue = &ParamValueByName;
     links.ParamFormula = &ParamFormulaByName;
     links.FindComponent = &ComponentByPath;
+    links.ComponentArray = &ComponentArrayByName;
     // V(), I(), P() and S() are read through the trace side (component_reading).
     links.LogicLevels = &DocLogicLevels;
 }

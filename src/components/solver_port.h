@@ -128,6 +128,14 @@ public:
     virtual bool LinkCmps(CCmps* list) = 0;
     // Two node ids are one node: an outer pin and the inner label it meets.
     virtual bool JoinNodes(int a, int b) = 0;
+    // ---- long work inside an element (the loops of a code block)
+    // A host asked the run to stop.
+    virtual bool StopRequested() const = 0;
+    // Process time in milliseconds since the present step (or the
+    // preparation of the run) began, and the document's time-out in
+    // seconds, 0 for none.
+    virtual int32_t MsInStep() const = 0;
+    virtual int TimeOutSeconds() const = 0;
 
 protected:
     // The state of the run that elements read, kept by the solver.

@@ -7,6 +7,7 @@
 
 #include "expr/eval_entry.h"
 #include "expr/eval_expr.h"
+#include "expr/int_wrap.h"
 #include "expr/number_text.h"
 #include "expr/var_list.h"
 
@@ -40,33 +41,6 @@ bool FailOperator(int op, const char* tail) {
     e += OperatorSign(op);
     e += tail;
     return false;
-}
-
-// Wrapping integer arithmetic without undefined behaviour.
-template <class T>
-T WrapAdd(T a, T b) {
-    using U = std::make_unsigned_t<T>;
-    return static_cast<T>(static_cast<U>(a) + static_cast<U>(b));
-}
-template <class T>
-T WrapSub(T a, T b) {
-    using U = std::make_unsigned_t<T>;
-    return static_cast<T>(static_cast<U>(a) - static_cast<U>(b));
-}
-template <class T>
-T WrapMul(T a, T b) {
-    using U = std::make_unsigned_t<T>;
-    return static_cast<T>(static_cast<U>(a) * static_cast<U>(b));
-}
-template <class T>
-T WrapNeg(T a) {
-    using U = std::make_unsigned_t<T>;
-    return static_cast<T>(U(0) - static_cast<U>(a));
-}
-// The one quotient that overflows (most negative by -1) wraps to itself.
-template <class T>
-T WrapDiv(T a, T b) {
-    return b == T(-1) ? WrapNeg(a) : static_cast<T>(a / b);
 }
 
 // A sum that cancels within the relative tolerance is exactly zero, so that

@@ -37,8 +37,37 @@ CVarList::~CVarList() {
     std::free(m_Entries);
 }
 
+// A kept slot is reused when the name and the values fit its blocks.
+bool CVarList::ReuseKept(const char* name, size_t length, ValueType type, int32_t size) {
+    if (m_Count >= m_Kept) return false;
+    CVarEntry& slot = m_Entries[m_Count];
+    const int32_t values = size < 1 ? 1 : size;
+    const int32_t keptValues = slot.Size < 1 ? 1 : slot.Size;
+    if (std::strlen(slot.Name) < length || keptValues < values) {
+        delete[] slot.Name;
+        delete[] slot.Value;
+        // The last kept slot moves here, so kept blocks stay in one row.
+        slot = m_Entries[--m_Kept];
+        m_Entries[m_Kept] = CVarEntry{};
+        return false;
+    }
+    std::memcpy(slot.Name, name, length + 1);
+    for (int32_t i = 0; i < values; ++i) {
+        slot.Value[i] = CValue{};
+        slot.Value[i].I64 = 0;
+        slot.Value[i].Type = type;
+    }
+    slot.Size = size;
+    slot.Extra = 0;
+    ++m_Count;
+    return true;
+}
+
 CVarEntry* CVarList::Add(const char* name, ValueType type, int32_t size) {
     if (!name || !*name) return nullptr;
+    const size_t nameLength = std::strlen(name);
+    while (m_Count < m_Kept)
+        if (ReuseKept(name, nameLength, type, size)) return &m_Entries[m_Count - 1];
     if (m_Count == m_Capacity) {
         int32_t capacity = m_Capacity + kCapacityStep;
         void* grown = std::realloc(m_Entries, sizeof(CVarEntry) * static_cast<size_t>(capacity));
@@ -80,11 +109,19 @@ bool CVarList::Resize(CVarEntry& entry, int32_t size) {
 }
 
 void CVarList::Clear() {
-    for (int32_t i = 0; i < m_Count; ++i) {
+    const int32_t used = m_Kept > m_Count ? m_Kept : m_Count;
+    for (int32_t i = 0; i < used; ++i) {
         delete[] m_Entries[i].Name;
         delete[] m_Entries[i].Value;
     }
-    m_Count = 0;
+    m_Count = m_Kept = 0;
+}
+
+void CVarList::Truncate(int32_t count) {
+    if (count < 0) count = 0;
+    if (count >= m_Count) return;
+    if (m_Kept < m_Count) m_Kept = m_Count;
+    m_Count = count;
 }
 
 void CVarList::AddAcDefaults() {

@@ -8,6 +8,7 @@
 // block of a scalar lives as long as the list.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -37,6 +38,10 @@ public:
     // Grows only; the block may move, so fetch entry.Value again afterwards.
     bool Resize(CVarEntry& entry, int32_t size);
     void Clear();
+    // Drops the entries from `count` on (a scope that ends). Their blocks
+    // are kept for the next Add of a name and size that fit, so a program
+    // that declares the same locals at every step allocates only once.
+    void Truncate(int32_t count);
     // "f", "w" (double) and "s", "p" (complex) of frequency-domain formulas.
     void AddAcDefaults();
 
@@ -44,9 +49,13 @@ public:
     CVarEntry& operator[](int32_t i) { return m_Entries[i]; }
 
 private:
+    bool ReuseKept(const char* name, size_t length, ValueType type, int32_t size);
+
     CVarEntry* m_Entries = nullptr;
     int32_t m_Count = 0;
     int32_t m_Capacity = 0;
+    int32_t m_Kept = 0;  // entries behind m_Count whose blocks Truncate kept
+
 };
 
 // Case-insensitive equality of two names (ASCII letters only).

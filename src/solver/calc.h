@@ -143,6 +143,9 @@ public:
     void AskBreak(double t) override;
     bool LinkCmps(CCmps* list) override { return PrepareCmpList(list); }
     bool JoinNodes(int a, int b) override { return AddNodePair(a, b); }
+    bool StopRequested() const override { return m_Terminate; }
+    int32_t MsInStep() const override { return ClockMs() - m_Ticks; }
+    int TimeOutSeconds() const override;
 
     // ---- links (calc_links.cpp)
     void AddLink(int kind, int a, int b, int source, double value);

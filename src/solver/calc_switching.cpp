@@ -163,6 +163,8 @@ void CCalc::RestoreSavedStates() {
     for (CCmp* cmp : m_Cmps) cmp->state = cmp->savedState;
 }
 
+int CCalc::TimeOutSeconds() const { return Advanced().m_Timeout; }
+
 bool CCalc::TimedOut() const {
     const int seconds = Advanced().m_Timeout;
     if (seconds <= 0) return false;

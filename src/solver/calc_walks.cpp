@@ -53,6 +53,8 @@ bool JoinLabelsByName(CCmps* list, CCalc& calc) {
 }  // namespace
 
 bool CCalc::PrepareCmps() {
+    // Elements that run programs at preparation measure their time from here.
+    m_Ticks = ClockMs();
     CCmps* cmps = RunDocument(m_Doc).cmps;
     return cmps ? PrepareCmpList(cmps) : true;
 }
