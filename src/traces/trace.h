@@ -17,6 +17,7 @@
 #include "base/list.h"
 #include "expr/value.h"
 #include "expr/var_list.h"
+#include "traces/annotation.h"
 #include "traces/data.h"
 
 namespace qz3 {
@@ -52,6 +53,12 @@ enum TraceFunc : int {
     kFuncCounter = 13,
     kFuncTvConverter = 15,
 };
+
+// The file words of the coded trace keys, for readers of older files that
+// stored the codes as numbers.
+enum class TraceWords { Type, Mode, BusFormat, AcOut, Func };
+// The word of a code, or null when the code has none.
+const char* TraceWordOf(TraceWords table, int code);
 
 // The Function child of a Math trace: kept for the file, computed by nobody.
 struct CTraceFunction {
@@ -98,6 +105,7 @@ public:
     void EnsureRun();
     // The run to read: the one in progress, or the first stored run.
     CData* DataObject() const;
+    // Destroys the runs; the notes of the run in progress stay with the trace.
     void DropRuns();
     CData* AddRun(int id);
     // Forgets the binding of the last run.
@@ -148,6 +156,8 @@ public:
     int m_Marker = 0;
     int m_MarkerStyle = 0;
     int m_MarkerSize = 0;
+    // Notes on the trace itself, child Annotations; a run's own are in it.
+    CAnnotations m_Annotations{true};
 
     // ---- run time
     CTraces* m_Traces;
