@@ -105,22 +105,20 @@ int CDoc::Load(const std::string& path) {
 // Older files are converted before anything reads them; scrambled parts
 // are restored in place, and remembered for the save.
 // -2 when an older file cannot be converted, -1 when a scrambled part is
-// damaged. A restored part keeps its "Encr1" in front of its attributes.
+// damaged.
 int CDoc::ConvertAndRestore(const std::string& file) {
     if (!ConvertToCurrent(*m_Tree, m_Conversion)) {
         m_LastError = "error converting from Ver.2: " + m_Conversion.text;
         return -2;
     }
     std::string error;
-    if (!UnscrambleDocument(*m_Tree, error)) {
+    CScrambledParts found;
+    if (!UnscrambleDocument(*m_Tree, error, &found)) {
         m_LastError = file + " : " + error;
         return -1;
     }
-    CXmlNode* doc = m_Tree->FindChild("Doc", 0);
-    CXmlNode* cir = doc ? doc->FindChild("Cir", 0) : nullptr;
-    CXmlNode* cmps = cir ? cir->FindChild("Cmps", 0) : nullptr;
-    m_ScrambledDoc = doc && doc->HasAttr("Encr1");
-    m_ScrambledCmps = cmps && cmps->HasAttr("Encr1");
+    m_ScrambledDoc = found.doc;
+    m_ScrambledCmps = found.cmps;
     return 0;
 }
 

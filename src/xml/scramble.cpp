@@ -79,23 +79,28 @@ bool CXmlNode::Unscramble() {
 
 namespace {
 
-bool UnscrambleChild(CXmlNode& parent, const char* name, CXmlNode*& child, std::string& error) {
+bool UnscrambleChild(CXmlNode& parent, const char* name, CXmlNode*& child, bool& found, std::string& error) {
     child = parent.FindChild(name, 0);
     if (!child || !child->HasAttr(kCheckKey)) return true;
-    if (child->Unscramble()) return true;
+    found = true;
+    const bool restored = child->Unscramble();
+    child->DeleteAttr(kCheckKey);
+    if (restored) return true;
     error = std::string(name) + " : scrambled text is damaged";
     return false;
 }
 
 }  // namespace
 
-bool UnscrambleDocument(CXmlNode& root, std::string& error) {
+bool UnscrambleDocument(CXmlNode& root, std::string& error, CScrambledParts* found) {
+    CScrambledParts parts;
     CXmlNode* doc = nullptr;
-    if (!UnscrambleChild(root, "Doc", doc, error)) return false;
-    if (!doc) return true;
-    CXmlNode* cir = doc->FindChild("Cir", 0);
     CXmlNode* cmps = nullptr;
-    return !cir || UnscrambleChild(*cir, "Cmps", cmps, error);
+    bool restored = UnscrambleChild(root, "Doc", doc, parts.doc, error);
+    CXmlNode* cir = restored && doc ? doc->FindChild("Cir", 0) : nullptr;
+    if (cir) restored = UnscrambleChild(*cir, "Cmps", cmps, parts.cmps, error);
+    if (found) *found = parts;
+    return restored;
 }
 
 }  // namespace qz3

@@ -32,10 +32,17 @@ std::string EncodeScrambled(std::string_view plain, std::string& cipher);
 std::string DecodeScrambled(std::string_view cipher, std::string& plain);
 
 class CXmlNode;
+
+// Which parts of a document were found scrambled and restored.
+struct CScrambledParts {
+    bool doc = false;   // Doc
+    bool cmps = false;  // Doc/Cir/Cmps
+};
+
 // Restores a scrambled `Doc` under the root, and a scrambled component list
-// under it, in place; the first failure as "<element> : <reason>" in
-// `error`. A tree without scrambled parts is left alone. For a subcircuit's
-// document, which is read on its own.
-bool UnscrambleDocument(CXmlNode& root, std::string& error);
+// under it, in place, and drops their check values; the first failure as
+// "<element> : <reason>" in `error`. A tree without scrambled parts is left
+// alone. Also for a subcircuit's document, which is read on its own.
+bool UnscrambleDocument(CXmlNode& root, std::string& error, CScrambledParts* found = nullptr);
 
 }  // namespace qz3
