@@ -16,7 +16,7 @@
 #include <string>
 
 #include "base/list.h"
-#include "document/convert.h"
+#include "xml/convert.h"
 #include "document/io_record.h"
 #include "document/param_record.h"
 #include "xml/settings.h"

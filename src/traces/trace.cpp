@@ -53,18 +53,6 @@ int FindWord(const std::string& word, const char* const* words, int count) {
 
 }  // namespace
 
-const char* TraceWordOf(TraceWords table, int code) {
-    if (code < 0) return nullptr;
-    switch (table) {
-        case TraceWords::Type: return code < CountOf(kTypeWords) ? kTypeWords[code] : nullptr;
-        case TraceWords::Mode: return code < CountOf(kModeWords) ? kModeWords[code] : nullptr;
-        case TraceWords::BusFormat: return code < CountOf(kBusWords) ? kBusWords[code] : nullptr;
-        case TraceWords::AcOut: return code < CountOf(kAcOutWords) ? kAcOutWords[code] : nullptr;
-        case TraceWords::Func: return code < kTranFuncCount ? kFuncRows[code].word : nullptr;
-    }
-    return nullptr;
-}
-
 CTrace::CTrace(CTraces* owner) : m_Traces(owner), m_Uid(++g_TraceUid) {
     CTraceSet* set = owner ? owner->m_Set : nullptr;
     if (set) {

@@ -54,12 +54,6 @@ enum TraceFunc : int {
     kFuncTvConverter = 15,
 };
 
-// The file words of the coded trace keys, for readers of older files that
-// stored the codes as numbers.
-enum class TraceWords { Type, Mode, BusFormat, AcOut, Func };
-// The word of a code, or null when the code has none.
-const char* TraceWordOf(TraceWords table, int code);
-
 // The Function child of a Math trace: kept for the file, computed by nobody.
 struct CTraceFunction {
     int func = kFuncFunction;

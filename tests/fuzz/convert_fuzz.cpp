@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "document/convert.h"
+#include "xml/convert.h"
 #include "xml/xml_node.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -1,4 +1,4 @@
-#include "document/convert.h"
+#include "xml/convert.h"
 
 #include <gtest/gtest.h>
 

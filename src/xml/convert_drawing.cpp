@@ -2,8 +2,7 @@
 #include <cstdio>
 #include <string>
 
-#include "document/convert_steps.h"
-#include "traces/trace.h"
+#include "xml/convert_steps.h"
 #include "xml/xml_node.h"
 
 namespace qz3 {
@@ -43,9 +42,27 @@ void SplitCenter(CXmlNode& view) {
     view.AddDbl("center_y", y);
 }
 
-// Older files stored coded keys as numbers: a number becomes the word of
-// its code, the word "unknown" is dropped and the default stands.
-void CodeToWord(CXmlNode& node, const char* key, TraceWords table) {
+// Older files stored the coded keys of a trace as numbers; these are the
+// present words of the old codes, in the order of the codes.
+struct CCodeWords {
+    const char* const* words;
+    int count;
+};
+constexpr const char* kOldTypes[] = {"V", "I", "P", "S", "Var", "Function", "Z", "Gamma", "VSWR", "Loop", "Scope", "Math"};
+constexpr const char* kOldModes[] = {"analog", "digital", "bus"};
+constexpr const char* kOldBusFormats[] = {"bin", "oct", "hex", "dec", "txt"};
+constexpr const char* kOldAcOutputs[] = {"mag_phase", "r", "x"};
+constexpr const char* kOldFunctions[] = {"function", "min",    "max",      "integral", "mean",  "rms",
+                                         "acrms",    "lpf",    "hpf",      "movaver",  "movrms", "movacrms",
+                                         "regr",     "counter", "fvconverter", "tvconverter"};
+template <size_t N>
+constexpr CCodeWords Words(const char* const (&words)[N]) {
+    return {words, static_cast<int>(N)};
+}
+
+// A number becomes the word of its code, a code without a word and the word
+// "unknown" are dropped, so that the default stands.
+void CodeToWord(CXmlNode& node, const char* key, CCodeWords table) {
     if (!node.HasAttr(key)) return;
     const std::string value = node.GetRaw(key, "");
     if (value == "unknown") {
@@ -53,8 +70,9 @@ void CodeToWord(CXmlNode& node, const char* key, TraceWords table) {
         return;
     }
     if (value.empty() || value.find_first_not_of("0123456789") != std::string::npos) return;
-    if (const char* word = TraceWordOf(table, TextToInt(value.c_str())))
-        node.SetRaw(key, word);
+    const int code = TextToInt(value.c_str());
+    if (code < table.count)
+        node.SetRaw(key, table.words[code]);
     else
         node.DeleteAttr(key);
 }
@@ -62,15 +80,15 @@ void CodeToWord(CXmlNode& node, const char* key, TraceWords table) {
 void ConvertTrace(CXmlNode& trace, bool transient) {
     trace.RenameAttr("tracename", "name");
     trace.RenameAttr("tool", "tools");
-    CodeToWord(trace, "type", TraceWords::Type);
-    if (CXmlNode* function = trace.FindChild("Function", 0)) CodeToWord(*function, "func", TraceWords::Func);
+    CodeToWord(trace, "type", Words(kOldTypes));
+    if (CXmlNode* function = trace.FindChild("Function", 0)) CodeToWord(*function, "func", Words(kOldFunctions));
     if (transient) {
-        CodeToWord(trace, "mode", TraceWords::Mode);
-        CodeToWord(trace, "bus_format", TraceWords::BusFormat);
+        CodeToWord(trace, "mode", Words(kOldModes));
+        CodeToWord(trace, "bus_format", Words(kOldBusFormats));
         if (trace.GetRaw("bus_content", "") == "unknown") trace.DeleteAttr("bus_content");
     } else {
         trace.RenameAttr("out1", "ac_out");
-        CodeToWord(trace, "ac_out", TraceWords::AcOut);
+        CodeToWord(trace, "ac_out", Words(kOldAcOutputs));
     }
 }
 

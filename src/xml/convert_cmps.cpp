@@ -5,9 +5,8 @@
 #include <cctype>
 #include <string>
 
-#include "document/convert.h"
-#include "document/convert_steps.h"
-#include "expr/formula.h"
+#include "xml/convert.h"
+#include "xml/convert_steps.h"
 #include "xml/xml_node.h"
 
 namespace qz3 {
@@ -39,22 +38,27 @@ bool IsFormulaName(const std::string& name) {
 
 void ReplaceAll(std::string& text, char from, char to) { std::replace(text.begin(), text.end(), from, to); }
 
-// A value read as a formula and written back in the present form.
+// The suffixes of the attributes a formula value is stored in.
+constexpr const char* kValueParts[] = {"_str", "", "_format", "_bit"};
+
+// A value stored by a formula (text, number, format, bits) is written back
+// in the present form: the text encoded, the number by the number writer,
+// format and bits only when they aren't the defaults, in that order.
 void RewriteValue(CXmlNode& from, const char* key, CXmlNode& to) {
-    if (!from.HasAttr(key) && !from.HasAttr(std::string(key) + "_str")) return;
-    CFormula value;
-    const bool mode = from.m_bWrite;
-    from.m_bWrite = false;
-    from.Val(key, value);
-    from.m_bWrite = mode;
     const std::string name = key;
-    for (const std::string& part : {name, name + "_str", name + "_format", name + "_bit"}) to.DeleteAttr(part);
-    if (&from != &to)
-        for (const std::string& part : {name, name + "_str", name + "_format", name + "_bit"}) from.DeleteAttr(part);
-    const bool toMode = to.m_bWrite;
-    to.m_bWrite = true;
-    to.Val(key, value);
-    to.m_bWrite = toMode;
+    if (!from.HasAttr(name) && !from.HasAttr(name + "_str")) return;
+    const std::string text = from.GetStr(name + "_str", "");
+    const double value = from.GetDbl(name, 0.0);
+    const std::string format = from.GetRaw(name + "_format", "double");
+    const int bits = from.GetInt(name + "_bit", 32);
+    for (const char* part : kValueParts) {
+        from.DeleteAttr(name + part);
+        to.DeleteAttr(name + part);
+    }
+    if (!text.empty()) to.AddStr(name + "_str", text);
+    to.AddDbl(name, value);
+    if (format == "int" || format == "bin" || format == "oct" || format == "hex") to.AddRaw(name + "_format", format);
+    if (bits != 32) to.AddInt(name + "_bit", bits);
 }
 
 void CopyRaw(CXmlNode& from, const char* key, CXmlNode& to) {
@@ -246,7 +250,7 @@ bool ApplyRule(COldCmp& c) {
 
 void RenameValueKey(CXmlNode& node, std::string_view oldName, std::string_view newName) {
     const std::string from(oldName), to(newName);
-    for (const char* suffix : {"", "_str", "_format", "_bit"}) node.RenameAttr(from + suffix, to + suffix);
+    for (const char* suffix : kValueParts) node.RenameAttr(from + suffix, to + suffix);
 }
 
 bool ConvertComponents(CXmlNode& cmps, std::string& text) {

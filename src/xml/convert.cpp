@@ -1,6 +1,6 @@
-#include "document/convert.h"
+#include "xml/convert.h"
 
-#include "document/convert_steps.h"
+#include "xml/convert_steps.h"
 #include "xml/xml_node.h"
 
 namespace qz3 {
