@@ -2,6 +2,7 @@
 
 #include "circuit.h"
 #include "command_line.h"
+#include "convert_command.h"
 
 namespace qz3::cli {
 
@@ -85,6 +86,8 @@ int InfoCommand(const std::vector<std::string>& args, CCommandContext& context) 
         return kExitFailure;
     }
     context.out << "library: opens the file\n";
+    CConversionNote note;
+    if (ConversionOf(options.file, note)) PrintConversionNote(context.out, note);
     return kExitOk;
 }
 

@@ -10,6 +10,7 @@
 #include "ac_command.h"
 #include "command_context.h"
 #include "command_line.h"
+#include "convert_command.h"
 #include "info_command.h"
 #include "qz3.h"
 #include "run_command.h"
@@ -26,6 +27,7 @@ const CSubcommand kSubcommands[] = {
     {"run", qz3::cli::RunCommand, "transient run; summary table, CSV or SVG"},
     {"ac", qz3::cli::AcCommand, "AC analysis; summary, CSV or Bode plot (SVG)"},
     {"info", qz3::cli::InfoCommand, "components, traces and settings of a file"},
+    {"convert", qz3::cli::ConvertCommand, "a file of an older version saved as the present one"},
 };
 
 void PrintUsage(std::ostream& out) {

@@ -159,15 +159,36 @@ CCmp* CCmps::CreateFor(CXmlNode* child) {
     return CElemSet::Instance().Create(typeName, this);
 }
 
+namespace {
+
+// A scrambled component is restored in place before anything reads it. The
+// check value is dropped from the node: it belongs to the scrambled form
+// and is made anew when the component is scrambled again on saving.
+bool RestoreScrambled(CXmlNode* child, int index) {
+    const bool restored = child->Unscramble();
+    child->DeleteAttr("Encr1");
+    if (restored) return true;
+    const std::string name = child->GetStr("name", "");
+    const std::string which = name.empty() ? "component " + std::to_string(index + 1) : name;
+    child->SetError(which + " : scrambled text is damaged, the component is left out");
+    return false;
+}
+
+}  // namespace
+
 bool CCmps::Load(CXmlNode* node) {
     if (!node) return false;
     for (int i = 0; i < node->ChildCount(); ++i) {
         CXmlNode* child = node->ChildAt(i);
+        const bool closed = child->HasAttr("Encr1");
+        if (closed && !RestoreScrambled(child, i)) continue;
         CCmp* cmp = CreateFor(child);
         if (!cmp) {
             if (!m_QuietLoad) child->SetError("Unknown component type = " + child->GetStr("type", ""));
             continue;
         }
+        // Closed before reading, so that its "file_name" is read back.
+        cmp->scrambled = cmp->scrambledKeep = closed;
         cmp->Xml(child, false);
         cmp->RememberFileContent(child);
         Add(cmp);
@@ -184,6 +205,7 @@ bool CCmps::Save(CXmlNode* node) {
         CXmlNode* child = node->AddChild("Cmp");
         cmp->Xml(child, false);
         cmp->WriteForeignContent(child);
+        if (cmp->IsClosed()) child->Scramble();
     }
     return true;
 }

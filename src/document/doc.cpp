@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "components/cmps.h"
+#include "xml/scramble.h"
 #include "xml/xml_node.h"
 #include "expr/number_text.h"
 #include "solver/calc.h"
@@ -85,6 +86,10 @@ int CDoc::Load(const std::string& path) {
         m_Tree.reset();
         return -1;
     }
+    if (const int restored = ConvertAndRestore(file); restored < 0) {
+        m_Tree.reset();
+        return restored;
+    }
     // A file without Doc (or whose component list refuses) fails without
     // words: the host reads the bare prefix of its call.
     CXmlNode* doc = m_Tree->FindChild("Doc", 0);
@@ -94,6 +99,26 @@ int CDoc::Load(const std::string& path) {
     }
     m_Title = file;
     m_FileName = file;
+    return 0;
+}
+
+// Older files are converted before anything reads them; scrambled parts
+// are restored in place, and remembered for the save.
+// -2 when an older file cannot be converted, -1 when a scrambled part is
+// damaged.
+int CDoc::ConvertAndRestore(const std::string& file) {
+    if (!ConvertToCurrent(*m_Tree, m_Conversion)) {
+        m_LastError = "error converting from Ver.2: " + m_Conversion.text;
+        return -2;
+    }
+    std::string error;
+    CScrambledParts found;
+    if (!UnscrambleDocument(*m_Tree, error, &found)) {
+        m_LastError = file + " : " + error;
+        return -1;
+    }
+    m_ScrambledDoc = found.doc;
+    m_ScrambledCmps = found.cmps;
     return 0;
 }
 
@@ -155,12 +180,13 @@ bool CDoc::Save(const std::string& path) {
     bool storeData = properties && (properties->GetInt("save", 0) & 2) != 0;
     if (!WriteCmps(*doc)) return false;
     WriteLiveSettings(*doc);
+    WriteTraceAnnotations(*doc);
     if (storeData) {
         CXmlNode* tran = doc->FindChild("Tran", 0);
         if (!tran) tran = doc->AddChild("Tran");
         DescribeStoredData(*tran);
     }
-    if (!m_Tree->SaveFile(path)) return false;
+    if (!SaveTree(*doc, path)) return false;
     if (!storeData) return true;
     std::FILE* file = std::fopen(path.c_str(), "a+b");
     if (!file) return false;
@@ -173,7 +199,28 @@ bool CDoc::WriteCmps(CXmlNode& doc) {
     CXmlNode* cmps = cir ? cir->FindChild("Cmps", 0) : nullptr;
     if (!cmps) return true;  // a document without a component list writes none
     cmps->Clear();
-    return m_Cmps->Save(cmps);
+    if (!m_Cmps->Save(cmps)) return false;
+    if (m_ScrambledCmps) cmps->Scramble();
+    return true;
+}
+
+// A scrambled document goes to the file as a scrambled copy that stands in
+// its place for the write: the traces keep pointers into the plain one.
+bool CDoc::SaveTree(CXmlNode& doc, const std::string& path) {
+    const int place = m_ScrambledDoc && m_Tree->m_Children ? m_Tree->m_Children->IndexOf(&doc) : -1;
+    if (place < 0) return m_Tree->SaveFile(path);
+    std::string text;
+    doc.ToText(text);
+    CXmlNode copy;
+    copy.ParseText(text, 1);
+    copy.Scramble();
+    TList<CXmlNode>& children = *m_Tree->m_Children;
+    children.Delete(place);
+    children.Insert(place, &copy);
+    const bool saved = m_Tree->SaveFile(path);
+    children.Delete(place);
+    children.Insert(place, &doc);
+    return saved;
 }
 
 namespace {

@@ -16,6 +16,7 @@
 #include <string>
 
 #include "base/list.h"
+#include "xml/convert.h"
 #include "document/io_record.h"
 #include "document/param_record.h"
 #include "xml/settings.h"
@@ -87,6 +88,12 @@ public:
     std::unique_ptr<CCalc> m_Calc;     // the solver, for the document's whole life
     // Why the last Load failed; the library appends it behind its prefix.
     std::string m_LastError;
+    // What opening did to a file of an older version, with its warnings.
+    CConversion m_Conversion;
+    // The file stored the document or its component list scrambled; a save
+    // scrambles them again.
+    bool m_ScrambledDoc = false;
+    bool m_ScrambledCmps = false;
 
     // A transient trace made by the host (doc_traces.cpp): type 0, 1, 2 of
     // a component by name, 4 of a variable, 5 of a formula. It joins the
@@ -99,12 +106,15 @@ private:
     bool RunFailed();
     bool TimeOutReached(int32_t began) const;
     bool ReadDoc(CXmlNode& doc);
+    int ConvertAndRestore(const std::string& file);
+    bool SaveTree(CXmlNode& doc, const std::string& path);
     void ReadTran(CXmlNode& tran);
     void ReadFreq(CXmlNode& freq);
     void ReadStates(CXmlNode& doc);
     void ReadLibraries(CXmlNode& doc);
     bool WriteCmps(CXmlNode& doc);
     void WriteLiveSettings(CXmlNode& doc);
+    void WriteTraceAnnotations(CXmlNode& doc);
     // Stored results (doc_storage.cpp): the records in the tree, then the
     // points behind the text.
     void DescribeStoredData(CXmlNode& tran);

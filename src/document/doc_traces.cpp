@@ -40,6 +40,14 @@ void CDoc::ReadTraceSets(CXmlNode& doc) {
     ReadSet(*m_Freq, doc.FindChild("Freq", 0));
 }
 
+void CDoc::WriteTraceAnnotations(CXmlNode& doc) {
+    for (auto [set, name] : {std::pair{m_Tran.get(), "Tran"}, std::pair{m_Freq.get(), "Freq"}}) {
+        CXmlNode* analysis = doc.FindChild(name, 0);
+        CXmlNode* traces = analysis ? analysis->FindChild("Traces", 0) : nullptr;
+        if (traces) set->WriteAnnotations(*traces);
+    }
+}
+
 CTrace* CDoc::NewTrace(int type, const std::string& text) {
     CCmp* cmp = nullptr;
     std::string label = text;

@@ -30,7 +30,7 @@ bool SameValue(double a, double b) { return RealSame(a, b); }
 }  // namespace
 
 CData::CData(CDataLink* link, int id, uint32_t width)
-    : m_Link(link), m_Id(id), m_Width(width == 3 ? 3 : 2), m_PointSize(m_Width * 8) {}
+    : m_Link(link), m_Id(id), m_Width(width == 3 ? 3 : 2), m_PointSize(m_Width * 8), m_Annotations(m_Width == 2) {}
 
 CData::~CData() { Clear(); }
 

@@ -24,6 +24,7 @@
 #include <cstdio>
 
 #include "base/list.h"
+#include "traces/annotation.h"
 #include "traces/data_block.h"
 
 namespace qz3 {
@@ -118,6 +119,8 @@ public:
     double m_YOffset = 0.0;
     bool m_Flat = false;
     double* m_Last = nullptr;
+    // Notes placed on this run; they stay when its points are cleared.
+    CAnnotations m_Annotations;
 
     // The results of the last cursor measurement (data_measure.h) and what
     // they were taken over: the cursors and the points there were. Asked

@@ -57,6 +57,7 @@ CTrace::CTrace(CTraces* owner) : m_Traces(owner), m_Uid(++g_TraceUid) {
     CTraceSet* set = owner ? owner->m_Set : nullptr;
     if (set) {
         m_bTran = set->m_bTran;
+        m_Annotations.m_bTran = m_bTran;
         m_DigThreshold = set->DefaultThreshold();
     }
     RefreshLink();
@@ -192,7 +193,7 @@ void CTrace::XmlCommonTail(CXmlNode& node) {
     m_Marker = node.Int("marker", m_Marker);
     m_MarkerStyle = node.Int("marker_style", m_MarkerStyle);
     m_MarkerSize = node.Int("marker_size", m_MarkerSize);
-    // Annotations stay in the tree as loaded; this engine draws nothing.
+    m_Annotations.XmlIn(node);
 }
 
 // The records describe runs whose points stayed in the binary block, which
@@ -220,6 +221,7 @@ void CTrace::ReadDataRecord(CXmlNode& data) {
     if (type != 0)
         run->SetStoredType(static_cast<uint32_t>(type), data.GetDbl("x_zero", 0.0), data.GetDbl("x_scale", 1.0),
                            data.GetDbl("y_zero", 0.0), data.GetDbl("y_scale", 1.0), data.GetDbl("y_offset", 0.0));
+    run->m_Annotations.XmlIn(data);
 }
 
 // ---- names ---------------------------------------------------------------
@@ -284,6 +286,7 @@ CData* CTrace::DataObject() const {
 }
 
 void CTrace::DropRuns() {
+    if (m_Run) m_Run->m_Annotations.MoveTo(m_Annotations);
     for (CData* run : m_Runs) delete run;
     m_Runs.Clear();
     m_Run = nullptr;

@@ -17,6 +17,7 @@
 #include "base/list.h"
 #include "expr/value.h"
 #include "expr/var_list.h"
+#include "traces/annotation.h"
 #include "traces/data.h"
 
 namespace qz3 {
@@ -98,6 +99,7 @@ public:
     void EnsureRun();
     // The run to read: the one in progress, or the first stored run.
     CData* DataObject() const;
+    // Destroys the runs; the notes of the run in progress stay with the trace.
     void DropRuns();
     CData* AddRun(int id);
     // Forgets the binding of the last run.
@@ -148,6 +150,8 @@ public:
     int m_Marker = 0;
     int m_MarkerStyle = 0;
     int m_MarkerSize = 0;
+    // Notes on the trace itself, child Annotations; a run's own are in it.
+    CAnnotations m_Annotations{true};
 
     // ---- run time
     CTraces* m_Traces;

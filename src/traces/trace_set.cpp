@@ -131,6 +131,17 @@ void CTraceSet::DescribeRuns(CXmlNode& traces) {
         data->AddInt("id", 0);
         data->AddInt("size", run->Count());
         data->AddInt("type", 0);
+        run->m_Annotations.XmlIn(*data);
+    }
+}
+
+void CTraceSet::WriteAnnotations(CXmlNode& traces) {
+    for (int i = 0; i < traces.ChildCount(); ++i) {
+        CXmlNode* element = traces.ChildAt(i);
+        CTrace* trace = TraceOfElement(element);
+        if (!trace) continue;
+        element->m_bWrite = true;
+        trace->m_Annotations.XmlIn(*element);
     }
 }
 

@@ -81,6 +81,9 @@ public:
     // in the tree; the points follow the text in the same order.
     void DescribeRuns(CXmlNode& traces);
     bool WriteRuns(std::FILE* file, CXmlNode* traces) const;
+    // Rewrites the Annotations of each Trace element from its trace, so that
+    // a save follows what the host did to the traces.
+    void WriteAnnotations(CXmlNode& traces);
 
     CDoc* m_Doc;
     bool m_bTran;

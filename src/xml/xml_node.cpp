@@ -234,6 +234,13 @@ void CXmlNode::RenameAttr(std::string_view oldName, std::string_view newName) {
     if (at >= 0) (*m_Attrs)[at - 1] = std::string(newName);
 }
 
+void CXmlNode::DeleteAttr(std::string_view name) {
+    int at = FindAttrValue(name);
+    if (at < 0) return;
+    m_Attrs->Delete(at);
+    m_Attrs->Delete(at - 1);
+}
+
 void CXmlNode::SetEncodedText(const std::string& value) { m_Text = PercentEncode(value); }
 std::string CXmlNode::GetDecodedText() const { return PercentDecode(m_Text); }
 

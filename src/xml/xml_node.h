@@ -66,6 +66,11 @@ public:
     bool SaveFile(const std::string& path) const;
     int ParseText(const std::string& text, int position);
     void ToText(std::string& out) const;
+    // The whole element becomes a scrambled text with its check value in
+    // the attribute "Encr1"; Unscramble restores it in place, "Encr1" left
+    // first, and says whether the check value held (scramble.cpp).
+    void Scramble();
+    bool Unscramble();
 
     // Two-way accessors: x = node.Dbl("x", x) serves both directions.
     std::string Str(std::string_view name, const std::string& value);
@@ -96,6 +101,8 @@ public:
     int AttrCount() const;
     void AttrAt(int index, std::string& name, std::string& value) const;
     void RenameAttr(std::string_view oldName, std::string_view newName);
+    // Removes the first attribute of that name; nothing when there is none.
+    void DeleteAttr(std::string_view name);
     void SetText(const std::string& value) { m_Text = value; }
     const std::string& GetText() const { return m_Text; }
     void SetEncodedText(const std::string& value);

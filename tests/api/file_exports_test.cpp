@@ -179,19 +179,19 @@ TEST(FileExports, BadFilesFailOrLoadWhatTheyCan) {
     int g = QZ3_Open((dir + "garbage_root.qz3").c_str());
     if (g >= 0) QZ3_Close(g);
 
-    WriteBytes(dir + "unclosed.qz3", "<QZ3>\n  <Doc>\n    <Advanced to=\"5");
+    WriteBytes(dir + "unclosed.qz3", "<QZ3>\n  <Version ver=\"3\" />\n  <Doc>\n    <Advanced to=\"5");
     int u = QZ3_Open((dir + "unclosed.qz3").c_str());
     EXPECT_GE(u, 0) << Error();
     EXPECT_EQ(QZ3_Close(u), 0);
 
     auto start = std::chrono::steady_clock::now();
-    WriteBytes(dir + "huge.qz3", "<QZ3>\n  <Doc>\n    <Advanced zparam=\"" + std::string(10 << 20, 'z') +
+    WriteBytes(dir + "huge.qz3", "<QZ3>\n  <Version ver=\"3\" />\n  <Doc>\n    <Advanced zparam=\"" + std::string(10 << 20, 'z') +
                                      "\" />\n  </Doc>\n</QZ3>\n");
     int big = QZ3_Open((dir + "huge.qz3").c_str());
     EXPECT_GE(big, 0) << Error();
     EXPECT_EQ(QZ3_Close(big), 0);
 
-    std::string deep = "<QZ3>\n<Doc>\n";
+    std::string deep = "<QZ3>\n<Version ver=\"3\" />\n<Doc>\n";
     for (int i = 0; i < 100000; ++i) deep += "<Cir>";
     WriteBytes(dir + "deep.qz3", deep);
     int d = QZ3_Open((dir + "deep.qz3").c_str());

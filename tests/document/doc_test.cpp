@@ -246,7 +246,7 @@ TEST(Doc, StoredDataRecords) {
 TEST(Doc, FindFileSearchesBesideAndInLibraries) {
     std::string root = TempDir() + "find/";
     fs::create_directories(root + "libs/deep");
-    std::ofstream(root + "main.qz3") << "<QZ3><Doc /></QZ3>";
+    std::ofstream(root + "main.qz3") << "<QZ3><Version ver=\"3\" /><Doc /></QZ3>";
     std::ofstream(root + "sub.qz3") << "x";
     std::ofstream(root + "libs/deep/part.qz3") << "x";
     std::ofstream(root + "libs/block.dll") << "x";
