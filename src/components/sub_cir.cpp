@@ -7,6 +7,7 @@
 #include "components/cmps.h"
 #include "components/solver_port.h"
 #include "expr/state_text.h"
+#include "xml/convert.h"
 #include "xml/xml_node.h"
 
 namespace qz3 {
@@ -170,6 +171,14 @@ bool CSubCir::LoadInner(CDoc* doc, std::string& error) {
         error = "Encrypted subcircuit not allowed";
         return false;
     }
+    // A file of an older version is converted as an opened schematic is;
+    // an attachment written without its Version record is taken as it is.
+    CConversion conversion;
+    if (root.m_Name == "QZ3" && root.FindChild("Version") && !ConvertToCurrent(root, conversion)) {
+        error = conversion.text;
+        return false;
+    }
+    docNode = root.FindChild("Doc");
     CXmlNode* cir = docNode ? docNode->FindChild("Cir") : nullptr;
     CXmlNode* cmps = cir ? cir->FindChild("Cmps") : nullptr;
     if (!cmps) {
