@@ -137,6 +137,22 @@ TEST(Measure, WithoutCursorsTheWholeRunIsMeasured) {
     EXPECT_EQ(Measured(c, "right"), 0.0);
 }
 
+// A function trace reads a measurement at every step: the largest value
+// so far of the sine, which reaches its top a quarter period in.
+TEST(Measure, FunctionTraceFollowsARunningMaximum) {
+    Circuit c(TestCircuit("measure_sine_whole.qz3"));
+    const int peak = QZ3_AddFuncTrace(c.ncir, "Vout.max");
+    ASSERT_GE(peak, 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_Start(c.ncir), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_SimulateInterval(c.ncir, 0.2e-3), 0) << QZ3_GetError();
+    double t = 0, v = 0;
+    ASSERT_EQ(QZ3_GetLastData(c.ncir, peak, &t, &v), 0) << QZ3_GetError();
+    EXPECT_NEAR(v, 0.5 + 2 * std::sin(2 * 3.14159265358979 * 1000 * t), 1e-6);
+    ASSERT_EQ(QZ3_SimulateInterval(c.ncir, 1e-3), 0) << QZ3_GetError();
+    ASSERT_EQ(QZ3_GetLastData(c.ncir, peak, &t, &v), 0);
+    EXPECT_NEAR(v, 2.5, 1e-6);
+}
+
 // A new run with the same count of points and the same last time measures
 // its own points, not what the last run's measurement left.
 TEST(Measure, ANewRunIsMeasuredAfresh) {
