@@ -54,9 +54,12 @@ bool CTraces::Measure(std::string_view name, double& value, bool& found) const {
     const CTrace* trace = FindTrace(name.substr(0, dot));
     const CData* run = trace ? MeasuredRun(*trace) : nullptr;
     if (!run) return false;
+    const std::string_view rest = name.substr(dot + 1);
+    // A standing wave ratio has no slope in dB per decade to speak of.
+    if (trace->m_Type == kTraceVSWR && MeasureWordIndex(rest) == kMeasureSlope) return true;
     double t1 = 0.0, t2 = 0.0;
     CursorSpan(*run, m_Left, m_Right, t1, t2);
-    return MeasureText(*run, name.substr(dot + 1), t1, t2, value, found);
+    return MeasureText(*run, rest, t1, t2, value, found);
 }
 
 }  // namespace qz3

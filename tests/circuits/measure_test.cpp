@@ -99,6 +99,9 @@ TEST(Measure, AcSlopeOfAnRcLowPassIsMinusTwentyDbPerDecade) {
     ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
     EXPECT_NEAR(Measured(c, "Vac.slope"), -20.0, 0.01);
     EXPECT_NEAR(Measured(c, "Vac.phase.right"), -89.99, 0.01);
+    // A standing wave ratio has no slope: the formula finds no result.
+    EXPECT_GT(Measured(c, "Swr.max"), 1.0);
+    EXPECT_EQ(QZ3_SetText(c.ncir, "X.Value", "=Swr.slope"), -1);
 }
 
 // A word that isn't a measurement, a trace that doesn't exist and a trace
