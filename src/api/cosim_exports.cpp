@@ -1,6 +1,7 @@
 // Co-simulation: the host drives sources between simulate calls and reads
 // labels and meters. A handle is checked against the circuit's own records,
 // so a handle of another kind or another circuit is simply a wrong one.
+#include <cmath>
 #include <string>
 
 #include "api/error_channel.h"
@@ -88,7 +89,11 @@ QZ3_API int QZ3_SetInputValue(int ncir, int nin, double v) {
     return qz3::api::Guarded("QZ3_SetInputValue", [&]() -> int {
         CDoc* doc = nullptr;
         qz3::CInputRecord* input = InputRecord(ncir, nin, doc);
-        return input ? SetHostValue(*input, v) : -1;
+        if (!input) return -1;
+        // A source driven by NaN or infinity would poison every later step.
+        if (std::isnan(v)) return Fail("value = NaN");
+        if (std::isinf(v)) return Fail("value = infinite");
+        return SetHostValue(*input, v);
     });
 }
 

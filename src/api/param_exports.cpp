@@ -99,7 +99,8 @@ QZ3_API int QZ3_SetValue(int ncir, const char* name, double v) {
 QZ3_API int QZ3_GetText(int ncir, const char* name, char* text, int length) {
     return qz3::api::Guarded("QZ3_GetText", [&]() -> int {
         if (!text) return Fail("NULL pointer");
-        if (length == 0) return Fail("length = 0");
+        // A negative length gives no more room than none: nothing is written.
+        if (length <= 0) return Fail("length = 0");
         *text = '\0';
         CDoc* doc = qz3::api::FindCircuit(ncir);
         if (!doc) return -1;
@@ -150,7 +151,8 @@ QZ3_API int QZ3_SetParamValue(int ncir, int npar, double v) {
 QZ3_API int QZ3_GetParamText(int ncir, int npar, char* text, int length) {
     return qz3::api::Guarded("QZ3_GetParamText", [&]() -> int {
         if (!text) return Fail("NULL pointer");
-        if (length == 0) return Fail("length = 0");
+        // A negative length gives no more room than none: nothing is written.
+        if (length <= 0) return Fail("length = 0");
         CDoc* doc = qz3::api::FindCircuit(ncir);
         if (!doc) return -1;
         CParam* param = ParamByHandle(doc, npar);

@@ -92,6 +92,7 @@ QZ3_API int QZ3_SetStep(int ncir, double step) {
         if (!doc) return -1;
         if (step == doc->m_TranSettings.m_Step) return qz3::api::Succeed(0);
         if (!(step > 0)) return Fail("step <= 0");
+        if (std::isinf(step)) return Fail("step = infinite");
         doc->KeepRunState();
         doc->m_TranSettings.m_Step = step;
         doc->m_Calc->m_Changes |= qz3::kChangeParams;

@@ -116,7 +116,7 @@ bool CDoc::CalcAC(std::string& error) {
     calc.FreeRun();
     if (transientOpen) RestoreTransient(calc, cmps, keep);
     if (calc.m_Error.empty()) return true;
-    error = f < 0 ? "AC error:\n" + calc.m_Error : "AC error:\nf = " + NumberToText(f, 6) + "\n" + calc.m_Error;
+    error = f < 0 ? "AC error:\n" + calc.m_Error : "AC error:\nf = " + NumberToText(f, 12) + "\n" + calc.m_Error;
     return false;
 }
 

@@ -87,7 +87,9 @@ bool CDoc::Simulate(double interval, int mode) {
     if (!m_Running && !Start()) return false;
     CCalc& calc = *m_Calc;
     if (mode == 1) return calc.StepOnce() || RunFailed();
-    if (interval / calc.m_StepBase > kMaxStepsPerCall) {
+    // The step the run takes from its next turn: a step the host set since
+    // the last turn counts, not the one it replaces.
+    if (interval / m_TranSettings.m_Step > kMaxStepsPerCall) {
         calc.SetError("interval of more than 1e12 steps");
         return false;
     }

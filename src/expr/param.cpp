@@ -75,6 +75,19 @@ int Unsupported(std::string& error) {
     return -1;
 }
 
+// NaN means "no value" only where a parameter may be left blank (an initial
+// condition); elsewhere it would reach the equations. An infinite value has
+// a meaning for a formula (an open resistor, an ideal gain), and the element
+// that can't take one says so when the run starts; a choice or a flag is an
+// index, and no index is infinite.
+const char* NonFiniteFault(const CParam& param, double value) {
+    const bool formula = param.Kind == kParamFormula;
+    if (!formula && param.Kind != kParamChoice && !param.IsFlagKind()) return nullptr;
+    if (std::isnan(value) && !(formula && param.Formula().m_Blank)) return "value = NaN";
+    if (std::isinf(value) && !formula) return "value = infinite";
+    return nullptr;
+}
+
 }  // namespace
 
 bool SameTextNoCase(const std::string& a, const std::string& b) {
@@ -195,6 +208,10 @@ int CParam::GetValue(double* out, std::string& error) const {
 }
 
 int CParam::SetValue(double value, CDoc* doc, std::string& error) {
+    if (const char* fault = NonFiniteFault(*this, value)) {
+        error += fault;
+        return -1;
+    }
     if (Kind == kParamFormula) {
         CFormula& f = Formula();
         // An exact comparison on purpose: the same value set again must not
@@ -219,8 +236,8 @@ int CParam::GetTextBuffer(char* buffer, int size, std::string& error) const {
         text = Formula().m_Text.empty() ? NumberToText(Formula().m_Value, 12) : Formula().m_Text;
     else if (Kind == kParamChoice || IsFlagKind() || Kind == kParamPwl) text = GetText();
     else return Unsupported(error);
-    // The length is taken as an unsigned count, as a host hands it over.
-    const size_t room = static_cast<unsigned>(size);
+    // A buffer of no room, or of a negative length, receives nothing.
+    const size_t room = size > 0 ? static_cast<size_t>(size) : 0;
     if (buffer && room > 0) {
         const size_t n = std::min(text.size(), room - 1);
         std::memcpy(buffer, text.data(), n);

@@ -201,6 +201,8 @@ void CData::Clear() {
     FreeChunks();
     for (CDataBlock* block : m_Blocks) delete block;
     m_Blocks.Clear();
+    // A new run may repeat the count and the last time of the old one.
+    m_Measured = CMeasureMemo{};
     AddToSetBytes(-m_Bytes);
     m_Bytes = 0;
     m_Count = 0;
@@ -403,6 +405,10 @@ void CData::DeleteOld(double t) {
         target[1] = value;
     }
     m_Count = kept;
+    // The blocks now hold other points: their kept sums and the last
+    // measurement are of what was dropped.
+    for (CDataBlock* block : m_Blocks) block->m_StatValid = false;
+    m_Measured = CMeasureMemo{};
 }
 
 bool CData::WriteBinary(FILE* file) const {

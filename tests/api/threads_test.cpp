@@ -34,7 +34,7 @@ bool OneCircuit(double value, std::string& failure) {
 }  // namespace
 
 TEST(Threads, SeparateHandlesOnSeparateThreadsRunTogether) {
-    constexpr int kThreads = 4, kRounds = 50;
+    constexpr int kThreads = 4, kRounds = 200;
     std::atomic<int> failures{0};
     std::vector<std::string> firstFailure(kThreads);
     std::vector<std::thread> threads;

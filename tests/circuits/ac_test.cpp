@@ -195,3 +195,61 @@ TEST(AcAnalysis, LosslessLineDelaysItsWaveByItsTime) {
         }
     }
 }
+
+// The faults a circuit brings rather than its settings: a trace that needs
+// an excitation with no source named, a formula of s that fails (with the
+// frequency it failed at, in full digits, and the points before it kept),
+// and a gain that isn't a number.
+TEST(AcAnalysis, CircuitFaultsGiveTheirTextsAndFrequency) {
+    const std::string impedance = Variant("ac_rc.qz3", "type=\"I\" />", "type=\"Z\" />", "ac_rc_z_trace.qz3");
+    {
+        Circuit c(VariantOf(impedance, "id=\"1\" />", "id=\"0\" />", "ac_rc_z_none.qz3"));
+        EXPECT_EQ(QZ3_CalcAC(c.ncir), -1);
+        EXPECT_EQ(std::string(QZ3_GetError()), "QZ3_CalcAC: AC error:\nNo AC source");
+    }
+    // A gain that exists only below 1.05 Hz: the third point of the sweep,
+    // 10^(2/50) Hz, is where it fails.
+    const std::string block = "<Cmp type=\"F_S\" id=\"4\" name=\"H1\" node0=\"2\" node1=\"3\" model=\"Function\" f=\"F\" />"
+                              "<Cmp type=\"R_R\" id=\"5\" name=\"R5\" node0=\"0\" node1=\"3\" model=\"R\" r=\"1e3\" />"
+                              "</Cmps>";
+    const auto withBlock = [&](const char* formula, const char* name) {
+        std::string text = block;
+        text.replace(text.find("f=\"F\""), 5, std::string("f=\"") + formula + "\"");
+        return Variant("ac_rc.qz3", "</Cmps>", text, name);
+    };
+    {
+        Circuit c(withBlock("1/(f%3c1.05)", "ac_block_fails.qz3"));
+        EXPECT_EQ(QZ3_CalcAC(c.ncir), -1);
+        EXPECT_EQ(std::string(QZ3_GetError()), "QZ3_CalcAC: AC error:\nf = 1.09647819614\nH1 : Division by zero\n");
+        EXPECT_EQ(QZ3_GetACDataSize(c.ncir, QZ3_GetACTrace(c.ncir, "V(C1)")), 2);
+        EXPECT_EQ(QZ3_CalcAC(c.ncir), -1);  // the same again: nothing was left half done
+    }
+    {
+        Circuit c(withBlock("1e308*1e308*0", "ac_block_nan.qz3"));
+        EXPECT_EQ(QZ3_CalcAC(c.ncir), -1);
+        EXPECT_EQ(std::string(QZ3_GetError()), "QZ3_CalcAC: AC error:\nf = 1\nInfinite or invalid solution");
+    }
+}
+
+// One point is the sweep's start; a linear sweep may start at 0 Hz, where
+// the capacitor is open and the whole signal is across it.
+TEST(AcAnalysis, OnePointAndALinearSweepFromZero) {
+    {
+        Circuit c(Variant("ac_rc.qz3", "points=\"301\"", "points=\"1\"", "ac_rc_one.qz3"));
+        ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+        const int trace = QZ3_GetACTrace(c.ncir, "V(C1)");
+        ASSERT_EQ(QZ3_GetACDataSize(c.ncir, trace), 1);
+        EXPECT_EQ(PointAt(c.ncir, trace, 0).f, 1.0);
+    }
+    Circuit c(Variant("ac_rc.qz3", "from=\"1\" to=\"1e6\" points=\"301\" scale=\"0\"",
+                      "from=\"0\" to=\"1000\" points=\"11\" scale=\"1\"", "ac_rc_linear.qz3"));
+    ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
+    const int trace = QZ3_GetACTrace(c.ncir, "V(C1)");
+    ASSERT_EQ(QZ3_GetACDataSize(c.ncir, trace), 11);
+    for (int k = 0; k < 11; ++k) {
+        const AcPoint p = PointAt(c.ncir, trace, k);
+        EXPECT_NEAR(p.f, 100.0 * k, 1e-9);
+        const double wrc = 2 * kPi * p.f * 1e-3;
+        EXPECT_NEAR(p.magnitude * std::sqrt(1 + wrc * wrc), 1.0, 1e-9) << p.f;
+    }
+}
