@@ -299,7 +299,11 @@ public:
 
     TList<CCmp> m_Cmps;
     int32_t m_MaxNode = 0;
-    int32_t m_Ticks = 0;
+    // The clock (ClockMs) from which the switching search of this turn counts
+    // its time-out. A turn starts with kTicksUnread and the search reads the
+    // clock at its first look, so that a plain step makes no system call.
+    static constexpr int32_t kTicksUnread = INT32_MIN;
+    int32_t m_Ticks = kTicksUnread;
     bool m_Terminate = false, m_Pause = false;
     int32_t m_StateIndex = -1;
     bool m_FirstStore = true;
@@ -359,7 +363,7 @@ private:
     void ResetSearchMarks();
     bool SolvePresentStates(bool euler);
     bool GiveWayAtInfinite();
-    bool TimedOut() const;
+    bool TimedOut();
     void SetTimeOutText();
     int EscapeCycle();
     void WriteSnapshotToStates(const int32_t* snapshot);
