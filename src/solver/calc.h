@@ -33,6 +33,7 @@
 #include "components/cmp.h"
 #include "components/solver_port.h"
 #include "solver/error_mark.h"
+#include "solver/factor_cache.h"
 #include "xml/settings.h"
 
 namespace qz3 {
@@ -168,6 +169,11 @@ public:
     void EliminateTrap();
     bool StepTrapFast();
     void TrapFastProduct();
+    // The kept factorisations (calc_factor_cache.cpp): the key of the
+    // assembled system, and the eliminated rows out of and back into the matrices.
+    CFactorKey TrapFactorKey() const;
+    CFactorEntry SaveTrapFactor(const CFactorKey& key) const;
+    void RestoreTrapFactor(const CFactorEntry& entry);
 
     // ---- AC analysis (calc_ac.cpp)
     bool SolveAcOperatingPoint();
@@ -326,6 +332,12 @@ public:
     int32_t m_IterLimit[4] = {10, 10, 10, 10};
     bool m_JumpRequest = false;
     TList<int32_t> m_Snapshots;
+    // Trapezoidal factorisations met in this run; emptied at every run start,
+    // which every parameter change goes through. The counts are of this run:
+    // eliminations done, and factorisations taken from the cache instead.
+    CFactorCache m_FactorCache;
+    int64_t m_FactorCount = 0;
+    int64_t m_FactorHits = 0;
     bool m_Leaky = false;
     bool m_FloatFix = false;
 
