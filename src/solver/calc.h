@@ -33,6 +33,7 @@
 #include "components/cmp.h"
 #include "components/solver_port.h"
 #include "solver/error_mark.h"
+#include "solver/factor_cache.h"
 #include "xml/settings.h"
 
 namespace qz3 {
@@ -144,7 +145,7 @@ public:
     bool LinkCmps(CCmps* list) override { return PrepareCmpList(list); }
     bool JoinNodes(int a, int b) override { return AddNodePair(a, b); }
     bool StopRequested() const override { return m_Terminate; }
-    int32_t MsInStep() const override { return ClockMs() - m_Ticks; }
+    int32_t MsInStep() const override;
     int TimeOutSeconds() const override;
 
     // ---- links (calc_links.cpp)
@@ -173,6 +174,11 @@ public:
     void EliminateTrap();
     bool StepTrapFast();
     void TrapFastProduct();
+    // The kept factorisations (calc_factor_cache.cpp): the key of the
+    // assembled system, and the eliminated rows out of and back into the matrices.
+    CFactorKey TrapFactorKey() const;
+    CFactorEntry SaveTrapFactor(const CFactorKey& key) const;
+    void RestoreTrapFactor(const CFactorEntry& entry);
 
     // ---- AC analysis (calc_ac.cpp)
     bool SolveAcOperatingPoint();
@@ -304,7 +310,11 @@ public:
 
     TList<CCmp> m_Cmps;
     int32_t m_MaxNode = 0;
-    int32_t m_Ticks = 0;
+    // The clock (ClockMs) from which the switching search of this turn counts
+    // its time-out. A turn starts with kTicksUnread and the search reads the
+    // clock at its first look, so that a plain step makes no system call.
+    static constexpr int32_t kTicksUnread = INT32_MIN;
+    mutable int32_t m_Ticks = kTicksUnread;
     bool m_Terminate = false, m_Pause = false;
     int32_t m_StateIndex = -1;
     bool m_FirstStore = true;
@@ -327,6 +337,12 @@ public:
     int32_t m_IterLimit[4] = {10, 10, 10, 10};
     bool m_JumpRequest = false;
     TList<int32_t> m_Snapshots;
+    // Trapezoidal factorisations met in this run; emptied at every run start,
+    // which every parameter change goes through. The counts are of this run:
+    // eliminations done, and factorisations taken from the cache instead.
+    CFactorCache m_FactorCache;
+    int64_t m_FactorCount = 0;
+    int64_t m_FactorHits = 0;
     bool m_Leaky = false;
     bool m_FloatFix = false;
 
@@ -364,7 +380,7 @@ private:
     void ResetSearchMarks();
     bool SolvePresentStates(bool euler);
     bool GiveWayAtInfinite();
-    bool TimedOut() const;
+    bool TimedOut();
     void SetTimeOutText();
     int EscapeCycle();
     void WriteSnapshotToStates(const int32_t* snapshot);

@@ -35,6 +35,7 @@ void CCalc::BeginRun(bool transient) {
     m_EulerTarget = 0;
     m_Changes = kChangeAll;
     m_FirstStore = true;
+    m_FactorCount = m_FactorHits = 0;
     LoadRunSettings();
     std::srand(static_cast<unsigned>(std::time(nullptr)));
     m_Terminate = false;
@@ -65,6 +66,8 @@ bool CCalc::StartRun() {
         return false;
     }
     m_StepNominal = m_StepFirstPrev = m_StepFirst = m_StepMin = m_StepBase;
+    // A changed parameter or a new start: nothing kept may be taken again.
+    m_FactorCache.Clear();
     for (int32_t& limit : m_IterLimit) limit = 10;
     m_Changes = 0;
     m_State = 1;

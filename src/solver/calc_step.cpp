@@ -35,7 +35,7 @@ ErrorMark StateMark(int state) {
 }  // namespace
 
 bool CCalc::StepOnce() {
-    m_Ticks = ClockMs();
+    m_Ticks = kTicksUnread;
     m_Error.clear();
     if (m_Changes == kChangeTraces) {  // only the traces changed
         if (!PrepareTraces()) return false;

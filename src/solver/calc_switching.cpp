@@ -26,6 +26,9 @@ constexpr int kMaxZeroRounds = 20;
 // An "unlimited" attempt still ends here, so that no circuit holds the
 // caller for ever when the time-out is off.
 constexpr int kUnlimitedIterations = 1000;
+// Each attempt looks at the clock at its first iteration and then every this
+// many: reading the process clock is a system call, dearer than a small solve.
+constexpr int kIterationsPerClockLook = 16;
 
 enum SwitchResult { kFound = 0, kSolveFailed = 1, kNoMemory = 2, kTerminated = 3, kTimeOut = 4,
                     kPaused = 5, kNoSolution = 6, kFoundInfinite = 7, kGoOn = 8 };
@@ -105,7 +108,7 @@ int CCalc::TrySwitching(bool euler, int kind, int pass) {
             RestoreSavedStates();
             return kNoSolution;
         }
-        if (TimedOut()) {
+        if ((iter - 1) % kIterationsPerClockLook == 0 && TimedOut()) {
             SetTimeOutText();
             return kTimeOut;
         }
@@ -165,10 +168,18 @@ void CCalc::RestoreSavedStates() {
 
 int CCalc::TimeOutSeconds() const { return Advanced().m_Timeout; }
 
-bool CCalc::TimedOut() const {
+bool CCalc::TimedOut() {
     const int seconds = Advanced().m_Timeout;
     if (seconds <= 0) return false;
-    return (ClockMs() - m_Ticks) / 1000 > seconds;
+    return MsInStep() / 1000 > seconds;
+}
+
+// The clock is read at the first look in a turn, so that a plain step
+// makes no system call.
+int32_t CCalc::MsInStep() const {
+    const int32_t now = ClockMs();
+    if (m_Ticks == kTicksUnread) m_Ticks = now;
+    return now - m_Ticks;
 }
 
 void CCalc::SetTimeOutText() {

@@ -7,11 +7,21 @@ namespace qz3 {
 // Eliminates A = G + 2C/h once for the nominal step. Afterwards MatrixC holds
 // -A^-1 * (4C/h), extended by the columns of RowInput, and VecB holds A^-1 * 2B;
 // that stays right for as long as neither h nor any element state changes.
+// A system met before in this run is taken from the cache instead.
 bool CCalc::FactorTrap() {
     m_Integrating = 1;
     if (!Assemble()) return false;
+    const bool caching = m_FactorCache.Budget() > 0;
+    const CFactorKey key = caching ? TrapFactorKey() : CFactorKey{};
+    if (const CFactorEntry* kept = caching ? m_FactorCache.Find(key) : nullptr) {
+        RestoreTrapFactor(*kept);
+        ++m_FactorHits;
+        return true;
+    }
     PrepareTrapMatrices();
     EliminateTrap();
+    ++m_FactorCount;
+    if (caching) m_FactorCache.Store(SaveTrapFactor(key));
     return true;
 }
 

@@ -124,6 +124,33 @@ TEST(CalcSwitching, TimeOutCountsWholeSecondsOfTheStep) {
     EXPECT_EQ(doc.calc.TrySwitching(false, 0, 0), 6);
 }
 
+// A turn reads no clock until its search looks at the time-out; the search
+// then counts from that first look, and a turn without one never reads it.
+TEST(CalcSwitching, TimeOutClockIsReadOnlyByTheSearch) {
+    RunDoc doc;
+    doc.Probe("P1", 1, 0)->restless = true;
+    doc.R("R1", 1, 0, 1.0);
+    ASSERT_TRUE(doc.Prepare());
+    doc.doc.m_Advanced.m_Timeout = 1;
+    doc.calc.m_Ticks = CCalc::kTicksUnread;
+    doc.calc.m_IterLimit[0] = 40;
+    EXPECT_EQ(doc.calc.TrySwitching(false, 0, 0), 6);
+    EXPECT_NE(doc.calc.m_Ticks, CCalc::kTicksUnread);
+    EXPECT_LE(doc.calc.m_Ticks, CCalc::ClockMs());
+    // Looked at every 16 iterations: a search already late is caught at its first.
+    doc.calc.m_Ticks = CCalc::ClockMs() - 5000;
+    EXPECT_EQ(doc.calc.TrySwitching(false, 0, 0), 4);
+
+    RunDoc rc;
+    rc.R("R1", 1, 2, 1e3);
+    rc.C("C1", 0, 2, 1e-6, 1.0);
+    ASSERT_TRUE(rc.doc.Start()) << rc.doc.RunError();
+    rc.doc.m_Advanced.m_Timeout = 1;
+    while (rc.calc.m_State != CCalc::StateTrap) ASSERT_TRUE(rc.calc.StepOnce()) << rc.calc.m_Error;
+    ASSERT_TRUE(rc.calc.StepOnce()) << rc.calc.m_Error;
+    EXPECT_EQ(rc.calc.m_Ticks, CCalc::kTicksUnread);
+}
+
 TEST(CalcSwitching, SnapshotsFindRepeatedStateSets) {
     RunDoc doc;
     auto* p1 = doc.Probe("P1", 1, 0);

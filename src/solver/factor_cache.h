@@ -1,0 +1,77 @@
+// Factorisations of the trapezoidal system kept from one event to the next.
+//
+// A switching converter meets the same few combinations of element states
+// (and of step length) again and again; eliminating the system anew after
+// each event repeats the same arithmetic. The cache keeps what the
+// elimination leaves behind, keyed by a fingerprint of everything it reads:
+// the assembled matrices and their flags, the constant sources, the rows out
+// of the system, the input rows, the step and the rounding threshold. A hit
+// puts the eliminated rows back, value for value, so a run gives the same
+// numbers with the cache as without it.
+//
+// The memory is bounded by a byte budget; the least recently used entry goes
+// first. A budget of 0 keeps nothing.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <vector>
+
+namespace qz3 {
+
+// Two independent 64-bit hashes of the input of one elimination.
+struct CFactorKey {
+    uint64_t a = 0;
+    uint64_t b = 0;
+    bool operator==(const CFactorKey& o) const { return a == o.a && b == o.b; }
+};
+
+// The flagged entries of the rows of one eliminated system, row by row.
+struct CFactorRows {
+    std::vector<int32_t> start;  // row i's entries are [start[i], start[i + 1])
+    std::vector<int32_t> column;
+    std::vector<double> value;
+    std::vector<unsigned char> anyFlag;  // the row's flag 0
+};
+
+struct CFactorEntry {
+    CFactorKey key;
+    CFactorRows g, c;
+    std::vector<double> b;
+    size_t Bytes() const;
+};
+
+class CFactorCache {
+public:
+    static constexpr size_t kDefaultBudget = size_t{64} << 20;
+
+    void Clear();
+    void SetBudget(size_t bytes);
+    size_t Budget() const { return m_Budget; }
+    size_t Bytes() const { return m_Bytes; }
+    int Count() const { return static_cast<int>(m_Entries.size()); }
+    // The entry of this key, now the most recently used; null if none.
+    const CFactorEntry* Find(const CFactorKey& key);
+    // Takes the entry in, dropping the least recently used ones over budget.
+    void Store(CFactorEntry&& entry);
+
+private:
+    std::list<CFactorEntry> m_Entries;  // most recently used first
+    size_t m_Budget = kDefaultBudget;
+    size_t m_Bytes = 0;
+};
+
+// Builds a CFactorKey word by word.
+class CFactorHasher {
+public:
+    void Add(uint64_t word);
+    void AddDouble(double v);
+    CFactorKey Key() const;
+
+private:
+    uint64_t m_A = 0x9e3779b97f4a7c15ull;
+    uint64_t m_B = 0xc2b2ae3d27d4eb4full;
+};
+
+}  // namespace qz3
