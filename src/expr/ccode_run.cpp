@@ -15,6 +15,9 @@ namespace qz3 {
 
 namespace {
 
+// Elements of one array: 4 M values, about 100 MB.
+constexpr int32_t kMaxArraySize = 1 << 22;
+
 std::string_view TrimBlanks(std::string_view s) {
     while (!s.empty() && s.front() == ' ') s.remove_prefix(1);
     while (!s.empty() && s.back() == ' ') s.remove_suffix(1);
@@ -278,6 +281,8 @@ bool CCodeRunner::Declare(const CCodeNode& node, ValueType type, int scopeBase) 
             }
         }
         if (size <= 0) return Fail("Array '" + std::string(name) + "' : size <= 0");
+        // A program must not take the host's memory with one declaration.
+        if (size > kMaxArraySize) return Fail("Array '" + std::string(name) + "' : size too large");
     }
     if (m_Vars->Find(name, scopeBase)) return Fail("Variable '" + std::string(name) + "' already exists");
     const std::string key(name);

@@ -191,6 +191,8 @@ TEST(CCode, RunErrorsNamesAndTypes) {
         {"int i; int i;", "Variable 'i' already exists", 12},
         {"int a[];", "Array 'a' : size <= 0", 5},
         {"int a[0];", "Array 'a' : size <= 0", 5},
+        {"int a[100000000];", "Array 'a' : size too large", 5},
+        {"double a[4194305];", "Array 'a' : size too large", 8},
         {"int a[2]; a[2] = 1;", "a: array index too high", 11},
         {"int a[2]; a[-1] = 1;", "a: negative array index", 11},
         {"int a[2]; int b = a;", "Array 'a' needs an index", 15},
