@@ -12,6 +12,7 @@
 #include <string>
 
 #include "circuit_run.h"
+#include "test_files.h"
 #include "qz3.h"
 
 namespace {
@@ -31,16 +32,11 @@ AcPoint PointAt(int ncir, int trace, int index) {
     return p;
 }
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using qz3::test::ReadBytes;
 
 // A copy of a circuit file with one text replaced, in the test's temporary folder.
 std::string VariantOf(const std::string& path, const std::string& from, const std::string& to, const char* name) {
-    std::string text = ReadFile(path);
+    std::string text = ReadBytes(path);
     const size_t at = text.find(from);
     EXPECT_NE(at, std::string::npos) << from;
     if (at != std::string::npos) text.replace(at, from.size(), to);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "circuit_run.h"
+#include "test_files.h"
 #include "qz3.h"
 
 namespace {
@@ -14,12 +15,7 @@ namespace {
 using qz3test::Circuit;
 using qz3test::TestCircuit;
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using qz3::test::ReadBytes;
 
 // V1 ramps from 0 to 10 V over 1 ms (an old "PWL" source, now "List");
 // S1 was an old switch with "a"=1 and is closed, S2 had "a"=0 and is open,
@@ -50,7 +46,7 @@ TEST(OldVersion, ConvertedFileSavesAsThePresentVersion) {
         Circuit circuit(TestCircuit("old_v2_divider.qz3"));
         ASSERT_EQ(QZ3_SaveAs(circuit.ncir, saved.c_str()), 0) << QZ3_GetError();
     }
-    const std::string text = ReadFile(saved);
+    const std::string text = ReadBytes(saved);
     EXPECT_NE(text.find("<Version ver=\"3\" rev=\"4\" core=\"30\" build=\"0\" date=\"06%2f03%2f2022\" />"),
               std::string::npos)
         << text;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "circuit_run.h"
+#include "test_files.h"
 #include "qz3.h"
 
 namespace {
@@ -14,12 +15,7 @@ namespace {
 using qz3test::Circuit;
 using qz3test::TestCircuit;
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using qz3::test::ReadBytes;
 
 size_t Occurrences(const std::string& text, const std::string& word) {
     size_t count = 0;
@@ -62,7 +58,7 @@ TEST(Scrambled, SaveScramblesAgainAndTheFileReopens) {
         Circuit circuit(TestCircuit("scrambled_parts.qz3"));
         ASSERT_EQ(QZ3_SaveAs(circuit.ncir, saved.c_str()), 0) << QZ3_GetError();
     }
-    const std::string text = ReadFile(saved);
+    const std::string text = ReadBytes(saved);
     EXPECT_EQ(Occurrences(text, "Encr1=\""), 2u) << text;
     // Nothing of the closed components shows in plain text.
     EXPECT_EQ(text.find("name=\"R2\""), std::string::npos) << text;
@@ -78,7 +74,7 @@ TEST(Scrambled, SaveScramblesAgainAndTheFileReopens) {
         Circuit circuit(saved);
         ASSERT_EQ(QZ3_SaveAs(circuit.ncir, again.c_str()), 0) << QZ3_GetError();
     }
-    EXPECT_EQ(ReadFile(again), text);
+    EXPECT_EQ(ReadBytes(again), text);
     std::remove(saved.c_str());
     std::remove(again.c_str());
 }

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "circuit_run.h"
+#include "test_files.h"
 #include "qz3.h"
 
 using qz3test::Circuit;
@@ -30,12 +31,7 @@ double Value(const Circuit& c, const char* name) {
     return v;
 }
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-}
+using qz3::test::ReadBytes;
 
 std::string TempPath(const char* name) { return (std::filesystem::temp_directory_path() / name).string(); }
 
@@ -103,7 +99,7 @@ TEST(Subcircuit, AttachmentKeepsChangesWhenSaved) {
         ASSERT_EQ(QZ3_SetValue(c.ncir, "X1.R2.R", 3000.0), 0) << QZ3_GetError();
         ASSERT_EQ(QZ3_SaveAs(c.ncir, saved.c_str()), 0) << QZ3_GetError();
     }
-    const std::string text = ReadFile(saved);
+    const std::string text = ReadBytes(saved);
     for (const char* key : {"name=\"X1\"", "descr=\"kept\"", "label1=\"in\"", "label2=\"out\"", "name=\"R1\"",
                             "r=\"1e+3\"", "r=\"3e+3\"", "name=\"out\""})
         EXPECT_NE(text.find(key), std::string::npos) << key << " in\n" << text;
@@ -118,16 +114,16 @@ TEST(Subcircuit, AttachmentKeepsChangesWhenSaved) {
 // A file subcircuit saves its own keys; the file beside it is never written.
 TEST(Subcircuit, SaveKeepsKeysOfFileSubcircuits) {
     const std::string saved = TempPath("qz3_subcir_divider_saved.qz3");
-    const std::string before = ReadFile(TestCircuit("subcir_divider_inner.qz3"));
+    const std::string before = ReadBytes(TestCircuit("subcir_divider_inner.qz3"));
     {
         Circuit c(TestCircuit("subcir_divider.qz3"));
         ASSERT_EQ(QZ3_SetText(c.ncir, "X1.Cmd", "R1.R=3000"), 0) << QZ3_GetError();
         ASSERT_EQ(QZ3_SaveAs(c.ncir, saved.c_str()), 0) << QZ3_GetError();
     }
-    const std::string text = ReadFile(saved);
+    const std::string text = ReadBytes(saved);
     for (const char* key : {"file=\"subcir_divider_inner\"", "cmd=\"R2.R%3d3000\"", "cmd=\"R1.R%3d3000\"", "label1=\"in\""})
         EXPECT_NE(text.find(key), std::string::npos) << key << " in\n" << text;
-    EXPECT_EQ(ReadFile(TestCircuit("subcir_divider_inner.qz3")), before);
+    EXPECT_EQ(ReadBytes(TestCircuit("subcir_divider_inner.qz3")), before);
     std::remove(saved.c_str());
 }
 
@@ -197,9 +193,9 @@ TEST(Subcircuit, RunLeavesAttachmentAsItWas) {
             if (line.find_first_not_of(' ') != std::string::npos) lines += line.substr(line.find_first_not_of(' ')) + "\n";
         return lines;
     };
-    const std::string original = block(ReadFile(TestCircuit("subcir_attached.qz3")));
+    const std::string original = block(ReadBytes(TestCircuit("subcir_attached.qz3")));
     ASSERT_FALSE(original.empty());
-    EXPECT_EQ(block(ReadFile(saved)), original);
+    EXPECT_EQ(block(ReadBytes(saved)), original);
     std::remove(saved.c_str());
 }
 
