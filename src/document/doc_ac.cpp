@@ -25,12 +25,13 @@ constexpr int kNoSource = 0;
 // transient can go on afterwards.
 struct CTransientKeep {
     double time;
+    double timeCarry;
     double stepBase;
     std::vector<ModelId> lastModels;
 };
 
 CTransientKeep KeepTransient(const CCalc& calc, CCmps& cmps) {
-    CTransientKeep keep{calc.m_Time, calc.m_StepBase, {}};
+    CTransientKeep keep{calc.m_Time, calc.m_TimeCarry, calc.m_StepBase, {}};
     for (int i = 0; i < cmps.Count(); ++i) keep.lastModels.push_back(cmps.At(i)->lastModel);
     return keep;
 }
@@ -43,6 +44,7 @@ void RestoreLastModels(CCmps& cmps, const CTransientKeep& keep) {
 void RestoreTransient(CCalc& calc, CCmps& cmps, const CTransientKeep& keep) {
     calc.m_Transient = true;
     calc.m_Time = keep.time;
+    calc.m_TimeCarry = keep.timeCarry;
     calc.m_StepBase = keep.stepBase;
     RestoreLastModels(cmps, keep);
 }

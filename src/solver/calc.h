@@ -198,6 +198,15 @@ public:
     bool StepOnce();
     bool SimStep();
     void PlanStep();
+    // Moves the time on by a step. The rounding of every sum is carried into
+    // the next, so that a long run of steps stays on the grid of its events:
+    // a time that drifted below an edge by more than the time tolerance
+    // would take the edge a whole smallest step late.
+    void AdvanceTime(double step);
+    // Sets the time and drops the carried rounding.
+    void SetTime(double t);
+    // The rounding that the sums of the time have not yet taken in.
+    double m_TimeCarry = 0.0;
     bool StoreResults();
     bool CheckStates(bool commit);
 

@@ -46,7 +46,7 @@ bool CCalc::SimState() {
         if (m_Error.empty()) m_Error = "No solution in sim_state: reason unknown";
         return false;
     }
-    m_Time += m_Step;
+    AdvanceTime(m_Step);
     if (!StoreResults()) {
         CodeError(ErrorMark::StoreInitialPoint);
         return false;

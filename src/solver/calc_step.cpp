@@ -249,7 +249,7 @@ int CCalc::TestStep(int& hit) {
 
 // The step stands. Without an event so far it is the normal end of the turn.
 bool CCalc::AcceptStep(int& hit, bool& done) {
-    m_Time += m_Step;
+    AdvanceTime(m_Step);
     if (hit != 0) {
         hit = 2;  // one accepted half of the bisection
         return true;
@@ -307,6 +307,22 @@ bool CCalc::CommitEvent() {
     if (m_State != StateReIC) m_State = StateFirst;
     if (m_Switched) PlanStep();
     return true;
+}
+
+void CCalc::AdvanceTime(double step) {
+    // Knuth's two-sum: the exact rounding error of one addition.
+    const double add = step + m_TimeCarry;
+    const double sum = m_Time + add;
+    const double addTaken = sum - m_Time;
+    m_TimeCarry = (m_Time - (sum - addTaken)) + (add - addTaken);
+    m_Time = sum;
+    // A step that reaches a break lands on it exactly, whatever the rounding.
+    if (!std::isnan(m_NextBreak) && TimesMeet(m_Time, m_NextBreak)) SetTime(m_NextBreak);
+}
+
+void CCalc::SetTime(double t) {
+    m_Time = t;
+    m_TimeCarry = 0.0;
 }
 
 void CCalc::AskBreak(double t) {

@@ -178,11 +178,12 @@ void CCalc::LoadRunSettings() {
         m_NoStartTrigger = !tran.HasStartCondition();
         m_StateId = 0;
         m_StartTime = tran.m_Start;
-        m_Time = 0.0;
+        SetTime(0.0);
         if (m_StateIndex >= 0 && m_StateIndex < doc.states->Count()) {
             const std::string& line = (*doc.states)[m_StateIndex];
             m_StateId = KeyInt(line, "id", 0);
-            m_StartTime = m_Time = KeyDouble(line, "t", 0.0);
+            m_StartTime = KeyDouble(line, "t", 0.0);
+            SetTime(m_StartTime);
         }
     } else {
         const CACSettings& ac = *doc.ac;

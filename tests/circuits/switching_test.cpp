@@ -142,6 +142,42 @@ TEST(Switching, BuckConverterSettlesAtHalfTheInput) {
     EXPECT_EQ(missing, 0);
 }
 
+// At a fine step a run makes hundreds of thousands of additions to its time.
+// Each edge must still be taken at its own time and not a smallest step
+// late: the inductor current rises only while the switch is on and never
+// while it is off, between every pair of points of one half period.
+TEST(Switching, BuckConverterTakesEveryEdgeOnTimeAtAFineStep) {
+    constexpr double step = 2e-8, half = 5e-6;
+    Circuit c(Example("buck_converter.qz3"));
+    ASSERT_EQ(QZ3_SetStep(c.ncir, step), 0) << QZ3_GetError();
+    QZ3_START_OR_SKIP(c);
+    ASSERT_TRUE(c.RunTo(3e-3));
+    const Series il = c.Read("I(L1)");
+    ASSERT_GT(il.size(), 150000u);
+
+    // The half period a time lies in, counting a time within a part in 1e9
+    // of an edge as on it.
+    auto halfOf = [&](double t, bool after) {
+        const double h = t / half, edge = std::round(h);
+        if (std::fabs(h - edge) < 1e-9 * std::max(1.0, edge)) return after ? edge : edge - 1;
+        return std::floor(h);
+    };
+    int wrong = 0;
+    double firstWrong = NAN;
+    for (size_t k = 1; k < il.size(); ++k) {
+        const double t0 = il.t[k - 1], t1 = il.t[k];
+        const double n = halfOf(t0, true);
+        if (t1 <= t0 || halfOf(t1, false) != n) continue;
+        const bool on = std::fmod(n, 2.0) == 0.0;
+        const double rise = il.y[k] - il.y[k - 1];
+        if (on ? rise < 0 : rise > 1e-12) {
+            if (!wrong) firstWrong = t0;
+            ++wrong;
+        }
+    }
+    EXPECT_EQ(wrong, 0) << "first at t = " << firstWrong;
+}
+
 TEST(Switching, ThyristorLatchesOnlyAboveItsHoldingCurrent) {
     constexpr double step = 10e-6;
     Circuit c(TestCircuit("switching_thyristor.qz3"));
