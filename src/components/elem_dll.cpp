@@ -37,6 +37,16 @@ constexpr int kPhasePause = 10;
 constexpr uint64_t kGuardWord = QZ3_BLOCK_GUARD_PATTERN;
 constexpr int kGuardWords = QZ3_BLOCK_GUARD_WORDS;
 
+// The guard as it must stand behind the variables, to be compared in one go.
+struct CGuardBlock {
+    uint64_t words[kGuardWords];
+};
+constexpr CGuardBlock kGuard = [] {
+    CGuardBlock block{};
+    for (uint64_t& word : block.words) word = kGuardWord;
+    return block;
+}();
+
 int CountPins(const uint32_t* words, int count) {
     int pins = 0;
     for (int i = 0; i < count; ++i) pins += std::popcount(words[i]);
@@ -192,7 +202,7 @@ bool CElemDll::MakeDataArray(CSolverPort* calc) {
     if (!m_Data) return Fail(calc, "No enough memory");
     double* data = m_Data.get();
     for (int i = 0; i < DataSize(); ++i) data[i] = 0.0;
-    for (int i = 0; i < kGuardWords; ++i) std::memcpy(data + DataSize() + i, &kGuardWord, sizeof kGuardWord);
+    std::memcpy(data + DataSize(), kGuard.words, sizeof kGuard.words);
     return true;
 }
 
@@ -236,10 +246,7 @@ bool CElemDll::Evaluate(CSolverPort* calc, double t) {
 // Compared as bits, not as doubles: a block may write any bits there,
 // and a NaN is never equal to itself.
 bool CElemDll::GuardIntact() const {
-    const double* guard = m_Data.get() + DataSize();
-    for (int i = 0; i < kGuardWords; ++i)
-        if (std::memcmp(guard + i, &kGuardWord, sizeof kGuardWord) != 0) return false;
-    return true;
+    return std::memcmp(m_Data.get() + DataSize(), kGuard.words, sizeof kGuard.words) == 0;
 }
 
 bool CElemDll::Outputs(CSolverPort* calc) {
