@@ -12,6 +12,8 @@
 //
 //   ./build/bench/dll_block_bench
 #include <benchmark/benchmark.h>
+
+#include "heap_counter.h"
 #include <dlfcn.h>
 
 #include <cstdlib>
@@ -29,8 +31,6 @@
 
 namespace {
 
-size_t g_Allocations = 0;
-
 const std::string kBlockPath = std::string(QZ3_EXAMPLES_BUILD_DIR) + "/pi_controller.so";
 
 // The measured voltage moves a little at each call, so that the controller
@@ -39,13 +39,6 @@ double Measured(double t) { return 4.9 + (t > 0.5 ? 0.2 : 0.0); }
 
 }  // namespace
 
-void* operator new(size_t size) {
-    ++g_Allocations;
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
 
 static void BM_DllDirectCall(benchmark::State& state) {
     void* library = dlopen(kBlockPath.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -88,7 +81,7 @@ static void BM_DllBlockEvaluation(benchmark::State& state) {
         return;
     }
     double t = 0.0;
-    const size_t before = g_Allocations;
+    const size_t before = qz3bench::HeapAllocations();
     for (auto _ : state) {
         calc.VecX[1] = Measured(t);
         t += 1e-6;
@@ -98,7 +91,7 @@ static void BM_DllBlockEvaluation(benchmark::State& state) {
         }
     }
     state.counters["allocs_per_eval"] =
-        benchmark::Counter(static_cast<double>(g_Allocations - before) / static_cast<double>(state.iterations()));
+        benchmark::Counter(static_cast<double>(qz3bench::HeapAllocations() - before) / static_cast<double>(state.iterations()));
     block->Simulate(&calc, PhaseReset, t);
 }
 BENCHMARK(BM_DllBlockEvaluation);
