@@ -318,6 +318,13 @@ TEST(DllBlock, DamagedAttachmentIsRefusedAndLeavesNoFile) {
             EXPECT_TRUE(box.TempLibraries().empty());
         }
     }
+    // Digits that make a file, but not a library: unpacked, refused by the
+    // loader under the name "Attachment", and deleted again.
+    Circuit c(box.Write("text.qz3", WithAttachment(HexOf(ReadFile(TestCircuit("dll_not_a_library.so"))))).string());
+    EXPECT_EQ(QZ3_Start(c.ncir), -1);
+    EXPECT_EQ(std::string(QZ3_GetError()), "QZ3_Start: G : Attachment : invalid ELF header\n");
+    EXPECT_TRUE(box.TempLibraries().empty());
+    EXPECT_FALSE(box.Mapped());
 }
 
 TEST(DllBlock, ExamplePiBlockRegulatesTheBuckConverter) {
