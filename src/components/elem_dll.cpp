@@ -31,7 +31,9 @@ constexpr CParamRow kRows[] = {
 };
 constexpr uint8_t kOrderDll[] = {kDll, kCode, kInit, kPause, kExit, kIc, kEndOfRows};
 
-// The phase at which a run pauses; the solver of this build never pauses.
+// The phase at which a run pauses. No run of this engine pauses by itself
+// (a host simply stops calling), so no solver path sends it yet; a block's
+// Pause is looked up all the same, so that a library written for it loads.
 constexpr int kPhasePause = 10;
 
 constexpr uint64_t kGuardWord = QZ3_BLOCK_GUARD_PATTERN;

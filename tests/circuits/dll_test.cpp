@@ -185,6 +185,22 @@ TEST(DllBlock, GainBlockComputesEveryPointKeepsItsVariablesAndClosesWithTheCircu
     EXPECT_FALSE(box.Mapped()) << "the library is unloaded with the circuit";
 }
 
+TEST(DllBlock, LibraryIsFoundInTheSchematicsLibraryFolders) {
+    Sandbox box;
+    fs::create_directories(box.dir / "circuits");
+    fs::create_directories(box.dir / "blocks");
+    box.Copy(QZ3_TEST_BLOCK, "blocks/test_block.so");
+    std::string text = ReadFile(TestCircuit("dll_gain.qz3"));
+    text.insert(text.find("<Doc>") + 5, "<Libraries><Library name=\"../blocks\" /></Libraries>");
+    // Without the extension, which the search adds.
+    const std::string named = " dll=\"test_block.so\"";
+    text.replace(text.find(named), named.size(), " dll=\"test_block\"");
+    Circuit c(box.Write("circuits/gain.qz3", text).string());
+    QZ3_START_OR_SKIP(c);
+    ASSERT_TRUE(c.RunTo(1e-3));
+    ExpectGainAtEveryPoint(c);
+}
+
 TEST(DllBlock, ClockedBlockRunsOnlyOnItsEdge) {
     Sandbox box;
     box.Copy(QZ3_TEST_BLOCK, "test_block.so");
