@@ -49,6 +49,8 @@ constexpr CGuardBlock kGuard = [] {
     return block;
 }();
 
+bool InTransient(const CSolverPort* calc) { return calc->IsTransient() && !calc->InAcOperatingPoint(); }
+
 int CountPins(const uint32_t* words, int count) {
     int pins = 0;
     for (int i = 0; i < count; ++i) pins += std::popcount(words[i]);
@@ -113,11 +115,17 @@ int CElemDll::AssignBranches(CSolverPort*, int first) {
     return branchCount;
 }
 
+// The library lives for a transient run only. An AC analysis holds the
+// block's outputs (they have no small-signal part), so it neither loads the
+// library nor calls it, and leaves alone a transient run it interrupts.
 bool CElemDll::Simulate(CSolverPort* calc, int phase, double t) {
+    const bool transient = InTransient(calc);
     switch (phase) {
-        case PhaseInit: return Open(calc, t);
-        case PhaseReset: Close(); return true;
-        case PhaseEval: return m_Clocked || Evaluate(calc, t);
+        case PhaseInit: return !transient || Open(calc, t);
+        case PhaseReset:
+            if (transient) Close();
+            return true;
+        case PhaseEval: return m_Clocked || !transient || Evaluate(calc, t);
         case PhaseSources: return Outputs(calc);
         case PhaseStamp: return calc->StampPass() != 0 || Stamp(calc);
         case PhaseSample:
@@ -132,7 +140,8 @@ bool CElemDll::Simulate(CSolverPort* calc, int phase, double t) {
 }
 
 bool CElemDll::CheckState(CSolverPort* calc, bool commit, bool* changed) {
-    if (!m_Clocked || !ClockEdge(calc, this, ClockPin(), commit, changed, InvertedClock())) return true;
+    if (!m_Clocked || !InTransient(calc)) return true;
+    if (!ClockEdge(calc, this, ClockPin(), commit, changed, InvertedClock())) return true;
     return Evaluate(calc, calc->Time());
 }
 
