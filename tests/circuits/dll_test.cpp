@@ -79,6 +79,11 @@ public:
         fs::copy_file(from, dir / name, fs::copy_options::overwrite_existing);
         return dir / name;
     }
+    // A test schematic with the test library beside it; its path.
+    fs::path WithBlock(const char* schematic) const {
+        Copy(QZ3_TEST_BLOCK, "test_block.so");
+        return Copy(TestCircuit(schematic), schematic);
+    }
     fs::path Write(const std::string& name, const std::string& bytes) const {
         WriteFile(dir / name, bytes);
         return dir / name;
@@ -161,8 +166,7 @@ double LastOf(const Circuit& c, int trace) {
 
 TEST(DllBlock, GainBlockComputesEveryPointKeepsItsVariablesAndClosesWithTheCircuit) {
     Sandbox box;
-    box.Copy(QZ3_TEST_BLOCK, "test_block.so");
-    const fs::path schematic = box.Copy(TestCircuit("dll_gain.qz3"), "dll_gain.qz3");
+    const fs::path schematic = box.WithBlock("dll_gain.qz3");
     ExitCounter exits(box);
     {
         Circuit c(schematic.string());
@@ -187,8 +191,7 @@ TEST(DllBlock, GainBlockComputesEveryPointKeepsItsVariablesAndClosesWithTheCircu
 
 TEST(DllBlock, AcAnalysisInTheMiddleOfARunLeavesTheBlockComputing) {
     Sandbox box;
-    box.Copy(QZ3_TEST_BLOCK, "test_block.so");
-    Circuit c(box.Copy(TestCircuit("dll_gain.qz3"), "dll_gain.qz3").string());
+    Circuit c(box.WithBlock("dll_gain.qz3").string());
     QZ3_START_OR_SKIP(c);
     ASSERT_TRUE(c.RunTo(1e-3));
     ASSERT_EQ(QZ3_CalcAC(c.ncir), 0) << QZ3_GetError();
@@ -217,8 +220,7 @@ TEST(DllBlock, LibraryIsFoundInTheSchematicsLibraryFolders) {
 
 TEST(DllBlock, ClockedBlockRunsOnlyOnItsEdge) {
     Sandbox box;
-    box.Copy(QZ3_TEST_BLOCK, "test_block.so");
-    Circuit c(box.Copy(TestCircuit("dll_clocked.qz3"), "dll_clocked.qz3").string());
+    Circuit c(box.WithBlock("dll_clocked.qz3").string());
     QZ3_START_OR_SKIP(c);
     ASSERT_TRUE(c.RunTo(3e-3));
     // The clock rises at 0.25, 1.25, 2.25 ms and falls at 0.75, 1.75,
@@ -295,11 +297,10 @@ struct Fault {
 
 TEST(DllBlock, FaultsEndTheRunCleanlyAndTheMendedCircuitRunsAgain) {
     Sandbox box;
-    box.Copy(QZ3_TEST_BLOCK, "test_block.so");
+    const fs::path schematic = box.WithBlock("dll_gain.qz3");
     box.Copy(TestCircuit("dll_not_a_library.so"), "text.so");
     box.Write("other_machine.so", ForeignLibrary(18, 0x28));
     box.Write("word_size.so", ForeignLibrary(4, 1));
-    const fs::path schematic = box.Copy(TestCircuit("dll_gain.qz3"), "dll_gain.qz3");
     const Fault faults[] = {
         {"G.DLL", "", "G : No dll file name\n", "test_block.so", false},
         {"G.DLL", "no_such_block", "G : Can't find no_such_block\n", "test_block.so", false},
