@@ -5,6 +5,9 @@
 // its message, the library unloaded and no temporary file left behind.
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/resource.h>
+
+#include <csignal>
 
 #include <cmath>
 #include <filesystem>
@@ -283,6 +286,41 @@ TEST(DllBlock, UnwritableSchematicFolderUnpacksToTheTemporaryFolder) {
     c.ncir = -1;
     EXPECT_TRUE(temp.TempLibraries().empty());
     EXPECT_FALSE(temp.Mapped());
+}
+
+// Files written by this process may grow to `bytes` at most while it lives;
+// a write beyond fails instead of stopping the process.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &m_Old);
+        m_OldHandler = signal(SIGXFSZ, SIG_IGN);
+        rlimit limit = m_Old;
+        limit.rlim_cur = bytes;
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~FileSizeLimit() {
+        setrlimit(RLIMIT_FSIZE, &m_Old);
+        signal(SIGXFSZ, m_OldHandler);
+    }
+
+private:
+    rlimit m_Old{};
+    void (*m_OldHandler)(int) = nullptr;
+};
+
+TEST(DllBlock, FailedUnpackingLeavesNoFile) {
+    Sandbox box;
+    Circuit c(box.Write("attached.qz3", WithAttachment(HexOf(ReadFile(QZ3_TEST_BLOCK)))).string());
+    {
+        const FileSizeLimit limit(1000);
+        EXPECT_EQ(QZ3_Start(c.ncir), -1);
+    }
+    EXPECT_EQ(std::string(QZ3_GetError()), "QZ3_Start: G : Error writing to temporary DLL file\n");
+    EXPECT_TRUE(box.TempLibraries().empty());
+    QZ3_START_OR_SKIP(c);
+    ASSERT_TRUE(c.RunTo(1e-3));
+    ExpectGainAtEveryPoint(c);
 }
 
 // One fault of the gain circuit: a parameter set wrong, the message of the
