@@ -51,7 +51,8 @@
  *                    schematic is closed. The library is unloaded behind it.
  *
  * All calls come from the thread that runs the simulation, one at a time.
- * Two blocks that load the same file share its static storage.
+ * Two blocks that load the same file share its static storage; a library
+ * stored in the schematic is unpacked to a file of its own for each block.
  *
  * A word of warning: the library runs inside the host's process, like any
  * plug-in. A block that crashes (a bad pointer, a division trap, an endless
