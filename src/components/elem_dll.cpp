@@ -146,11 +146,22 @@ bool CElemDll::CheckState(CSolverPort* calc, bool commit, bool* changed) {
 }
 
 // The start of a run; whatever an earlier run left open is closed first.
+// A run that goes on (the host changed a parameter, an AC analysis came in
+// between two steps) is prepared again without a new start: the block keeps
+// its library and its values, and only looks its entry points up again, in
+// case their names changed.
 bool CElemDll::Open(CSolverPort* calc, double t) {
+    if (RunGoesOn()) return ResolveEntries(calc);
     Close();
     m_Host.Attach(calc);
+    m_OpenedDll = m_Dll;
     return BuildNames(calc) && LoadLibrary(calc) && ResolveEntries(calc) && MakeDataArray(calc) &&
            ApplyInitialValues(calc) && CallInit(calc, t);
+}
+
+// A new run forgets the model each component had; a run that goes on keeps it.
+bool CElemDll::RunGoesOn() const {
+    return lastModel == model && m_Library.Loaded() && m_Data && m_Dll == m_OpenedDll;
 }
 
 // One double per name, inputs, outputs, variables, in the order of the

@@ -55,6 +55,7 @@ public:
 
 private:
     bool Open(CSolverPort* calc, double t);
+    bool RunGoesOn() const;
     bool BuildNames(CSolverPort* calc);
     bool LoadLibrary(CSolverPort* calc);
     bool FindLibraryFile(CSolverPort* calc, std::string& path);
@@ -84,6 +85,7 @@ private:
     QZ3_BlockExit m_Exit = nullptr;
     QZ3_BlockPause m_Pause = nullptr;
     std::string m_TempFile;
+    std::string m_OpenedDll;  // the file name the library was loaded by
     std::unique_ptr<double[]> m_Data;
     CCodeRunHost m_Host;
 };
