@@ -42,7 +42,9 @@
  *
  *     Init(t, data)  once after the library is loaded at the start of a run,
  *                    after the initial values (the component's IC, C-code
- *                    such as "k=2, n=0") have been written into data;
+ *                    such as "k=2, n=0") have been written into data; a
+ *                    parameter the host changes during the run doesn't
+ *                    start the block anew;
  *     Main(t, data)  at every evaluation; a block with a clock pin (a pin
  *                    on the bottom side, the last pin) runs only on its
  *                    rising edge, or on the falling edge in view 1;
