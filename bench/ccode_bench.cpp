@@ -4,6 +4,8 @@
 // parse nor allocate.
 #include <benchmark/benchmark.h>
 
+#include "heap_counter.h"
+
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -15,8 +17,6 @@
 #include "solver/calc.h"
 
 namespace {
-
-size_t g_Allocations = 0;
 
 const char* const kController =
     "// A digital PI controller.\r\n"
@@ -41,13 +41,6 @@ const char* const kController =
 
 }  // namespace
 
-void* operator new(size_t size) {
-    ++g_Allocations;
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, size_t) noexcept { std::free(p); }
 
 static void BM_PiControllerStep(benchmark::State& state) {
     using namespace qz3;
@@ -69,7 +62,7 @@ static void BM_PiControllerStep(benchmark::State& state) {
         return;
     }
     double t = 0.0;
-    const size_t before = g_Allocations;
+    const size_t before = qz3bench::HeapAllocations();
     for (auto _ : state) {
         calc.VecX[1] = 4.9 + (t > 0.5 ? 0.2 : 0.0);
         t += 1e-6;
@@ -79,7 +72,7 @@ static void BM_PiControllerStep(benchmark::State& state) {
         }
     }
     state.counters["allocs_per_step"] =
-        benchmark::Counter(static_cast<double>(g_Allocations - before) / static_cast<double>(state.iterations()));
+        benchmark::Counter(static_cast<double>(qz3bench::HeapAllocations() - before) / static_cast<double>(state.iterations()));
     state.counters["evals_per_s"] = benchmark::Counter(static_cast<double>(state.iterations()), benchmark::Counter::kIsRate);
 }
 BENCHMARK(BM_PiControllerStep);

@@ -3,6 +3,7 @@
 #include "circuit.h"
 #include "command_line.h"
 #include "convert_command.h"
+#include "library_block_text.h"
 
 namespace qz3::cli {
 
@@ -51,6 +52,7 @@ void PrintSchematicText(std::ostream& out, const CSchematicText& file) {
         std::string attrs = AttributeText(cmp.attrs, true);
         if (!attrs.empty()) out << "\n      " << attrs;
         out << '\n';
+        if (cmp.type == "X_DLL") PrintLibraryBlock(out, cmp);
     }
     PrintTraces(out, "transient traces", file.tranTraces);
     PrintTraces(out, "ac traces", file.acTraces);

@@ -178,6 +178,7 @@ std::vector<CComponentText> ReadComponents(const CTextElement* cmps) {
         cmp.name = PercentDecode(AttrOr(child, "name", ""));
         cmp.model = PercentDecode(AttrOr(child, "model", ""));
         cmp.attrs = child.attrs;
+        cmp.children = child.children;
         list.push_back(std::move(cmp));
     }
     return list;

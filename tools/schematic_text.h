@@ -42,6 +42,7 @@ struct CComponentText {
     std::string name;   // decoded
     std::string model;  // decoded
     CAttributes attrs;  // raw, all of them, in file order
+    std::vector<CTextElement> children;  // its box, states, attachment
 };
 
 struct CTraceText {

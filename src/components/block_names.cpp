@@ -25,6 +25,14 @@ std::vector<std::string> NameItems(const std::string& list) {
     return out;
 }
 
+std::vector<std::string> NamesOrNumbered(const std::string& list, int count, const std::string& unnamed) {
+    std::vector<std::string> items = NameItems(list);
+    items.resize(static_cast<size_t>(count));
+    for (int k = 0; k < count; ++k)
+        if (items[static_cast<size_t>(k)].empty()) items[static_cast<size_t>(k)] = unnamed + std::to_string(k + 1);
+    return items;
+}
+
 CBlockNames NameBlockPins(const std::vector<std::string>& ins, const std::vector<std::string>& outs, int inputs,
                           int outputs, int pinCount) {
     CBlockNames result;

@@ -13,6 +13,10 @@ class CCustomElemType;
 // Items of a comma list, trimmed; an empty text has none.
 std::vector<std::string> NameItems(const std::string& list);
 
+// `count` names from a comma list; a missing or empty item k (from 0) is
+// `unnamed` + (k + 1), as "unnamed_var_2".
+std::vector<std::string> NamesOrNumbered(const std::string& list, int count, const std::string& unnamed);
+
 struct CBlockNames {
     int inputs = 0;
     int outputs = 0;

@@ -26,12 +26,13 @@ bool SetBlockOutput(CSolverPort* calc, const CCmp* cmp, int pin, int branch, dou
     return true;
 }
 
-int ClockLevel(const CSolverPort* calc, const CCmp* cmp, int pin) {
-    return calc->X(cmp->nodes[pin]) > calc->LogicThreshold() ? 1 : 0;
+int ClockLevel(const CSolverPort* calc, const CCmp* cmp, int pin, bool inverted) {
+    const bool high = calc->X(cmp->nodes[pin]) > calc->LogicThreshold();
+    return high != inverted ? 1 : 0;
 }
 
-bool ClockEdge(CSolverPort* calc, CCmp* cmp, int pin, bool commit, bool* changed) {
-    const int level = ClockLevel(calc, cmp, pin);
+bool ClockEdge(CSolverPort* calc, CCmp* cmp, int pin, bool commit, bool* changed, bool inverted) {
+    const int level = ClockLevel(calc, cmp, pin, inverted);
     if (level == cmp->state) return false;
     *changed = true;
     if (!commit) return false;

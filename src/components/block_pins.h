@@ -24,11 +24,12 @@ bool StampBlockOutput(CSolverPort* calc, CCmp* cmp, int pin, int branch);
 // This time point's value; an infinite one fails with "infinite output
 // 'name'" for the pin's name.
 bool SetBlockOutput(CSolverPort* calc, const CCmp* cmp, int pin, int branch, double value);
-// 1 when the pin is above the logic threshold.
-int ClockLevel(const CSolverPort* calc, const CCmp* cmp, int pin);
+// 1 when the pin is above the logic threshold; the other way round for an
+// inverted clock (a block drawn to run on the falling edge).
+int ClockLevel(const CSolverPort* calc, const CCmp* cmp, int pin, bool inverted = false);
 // Any change of the clock level is a change of `state`; true when a rising
-// edge is committed, which is when the block computes.
-bool ClockEdge(CSolverPort* calc, CCmp* cmp, int pin, bool commit, bool* changed);
+// edge (falling, inverted) is committed, which is when the block computes.
+bool ClockEdge(CSolverPort* calc, CCmp* cmp, int pin, bool commit, bool* changed, bool inverted = false);
 // Inputs and the clock sense, each pin its own group; outputs are driven.
 void SetBlockPinGroups(CCmp* cmp, int firstOutput, int outputs);
 

@@ -29,4 +29,7 @@ std::string FindDocumentFile(CDoc* doc, const std::string& name);
 // The same, with ext given to a name that has no extension (".qz3").
 std::string FindDocumentFile(CDoc* doc, const std::string& name, const std::string& ext);
 
+// The schematic's folder with its separator; "" without one.
+std::string DocumentFolder(CDoc* doc);
+
 }  // namespace qz3

@@ -6,11 +6,14 @@
 // program that never ends can't hang its host.
 #pragma once
 
+#include <string>
+
 #include "expr/ccode_node.h"
 
 namespace qz3 {
 
 class CSolverPort;
+class CCmp;
 
 constexpr int kDefaultLoopSeconds = 10;
 
@@ -24,5 +27,9 @@ public:
 private:
     CSolverPort* m_Calc = nullptr;
 };
+
+// The initial values a block starts a run with, as C-code: the stored state
+// the run starts from if it has one for the block, else the block's IC text.
+std::string BlockInitialValues(const CSolverPort* calc, const CCmp* cmp, const std::string& ic);
 
 }  // namespace qz3

@@ -196,9 +196,7 @@ bool CElemCode::BindPin(CSolverPort* calc, int pin) {
 
 // The stored state of the run's start if there is one, else the IC text.
 bool CElemCode::ApplyInitialValues(CSolverPort* calc) {
-    std::string values = StoredState(calc, this);
-    if (!values.empty()) values = KeyBraced(values, "s");
-    if (values.empty()) values = m_IC;
+    const std::string values = BlockInitialValues(calc, this, m_IC);
     if (values.empty()) return true;
     if (RunInitialValues(values, &m_Vars, owner, &m_Host)) return true;
     AddCmpError(calc, ExprError());

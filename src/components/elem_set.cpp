@@ -7,6 +7,7 @@
 #include "components/elem_ac.h"
 #include "components/elem_code.h"
 #include "components/elem_dc.h"
+#include "components/elem_dll.h"
 #include "components/elem_f.h"
 #include "components/elem_delay.h"
 #include "components/elem_integral.h"
@@ -137,7 +138,7 @@ const CCmpType kTypes[] = {
     {"X_CUSTOM", TypeId::CustomBlock, &CreateElement<CElemX>, 0, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "Custom block"},
     {"X_QZ3", TypeId::CircuitBlock, &CreateElement<CElemX>, 0, nullptr, nullptr, nullptr, kModelsX, nullptr, 0, "QZ3 circuit"},
     {"X_C", TypeId::CodeBlock, &CreateElement<CElemCode>, 0, nullptr, nullptr, nullptr, kModelsCodeBlock, &kCodeBlockParams, 0, "C-code"},
-    {"X_DLL", TypeId::DllBlock, &CreateElement<CElemPending>, 0, nullptr, nullptr, nullptr, nullptr, nullptr, 0, "DLL"},
+    {"X_DLL", TypeId::DllBlock, &CreateElement<CElemDll>, 0, nullptr, nullptr, nullptr, kModelsDll, &kDllBlockParams, 0, "DLL"},
     {"Z_Z", TypeId::Impedance, &CreateElement<CElemZ>, 2, nullptr, nullptr, nullptr, kModelsZ, &kImpedanceParams, 0, "Impedance"},
 };
 

@@ -239,6 +239,8 @@ void CDoc::WriteLiveSettings(CXmlNode& doc) {
     FindOrAdd(doc, "Advanced")->SetRaw("to", std::to_string(m_Advanced.m_Timeout));
 }
 
+std::string CDoc::Folder() const { return FolderOf(m_FileName); }
+
 std::string CDoc::FindFile(const std::string& name, const std::string& ext) const {
     if (name.empty()) return "";
     std::string file = ext.empty() ? name : WithDefaultExtension(name, ext);

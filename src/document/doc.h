@@ -46,6 +46,8 @@ public:
     // The file a subcircuit, DLL or include names: as it stands, beside the
     // document, or in one of the library folders. Empty when not found.
     std::string FindFile(const std::string& name, const std::string& ext) const;
+    // The folder of the schematic with its separator, "" for a new one.
+    std::string Folder() const;
     // A parameter by "comp.param" for the host: "NULL pointer", "no
     // parameter name" or "parameter <name> not found" go to `error`. With
     // `where` the record of a new handle is filled in.

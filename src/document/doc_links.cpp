@@ -27,6 +27,8 @@ void MarkParamsChanged(CDoc* doc) {
     if (CCalc* calc = DocCalc(doc)) calc->m_Changes |= kChangeParams;
 }
 
+std::string DocumentFolder(CDoc* doc) { return doc ? doc->Folder() : std::string(); }
+
 std::string FindDocumentFile(CDoc* doc, const std::string& name) { return FindDocumentFile(doc, name, ""); }
 
 std::string FindDocumentFile(CDoc* doc, const std::string& name, const std::string& ext) {
