@@ -1,5 +1,6 @@
 #include "components/library_attachment.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -8,8 +9,9 @@ namespace qz3 {
 
 namespace {
 
-// Names stay unique within the process: two blocks unpack to two files.
-int g_TempCounter = 0;
+// Names stay unique within the process: two blocks unpack to two files,
+// also when circuits on two threads start at once.
+std::atomic<int> g_TempCounter{0};
 
 int HexDigit(char c) {
     if (c >= '0' && c <= '9') return c - '0';
