@@ -34,6 +34,7 @@
 #include "components/solver_port.h"
 #include "solver/error_mark.h"
 #include "solver/factor_cache.h"
+#include "solver/sparse_lu.h"
 #include "xml/settings.h"
 
 namespace qz3 {
@@ -179,6 +180,12 @@ public:
     CFactorKey TrapFactorKey() const;
     CFactorEntry SaveTrapFactor(const CFactorKey& key) const;
     void RestoreTrapFactor(const CFactorEntry& entry);
+    // Large circuits step by sparse triangular solves (calc_trap_sparse.cpp).
+    static constexpr int kSparseTrapMinSize = 100;
+    bool UsesSparseTrap() const;
+    bool FactorTrapSparse();
+    void CollectTrapSystem();
+    void TrapSparseSolve();
 
     // ---- AC analysis (calc_ac.cpp)
     bool SolveAcOperatingPoint();
@@ -343,6 +350,16 @@ public:
     CFactorCache m_FactorCache;
     int64_t m_FactorCount = 0;
     int64_t m_FactorHits = 0;
+    // The sparse trapezoidal system of a large circuit: the unknowns in the
+    // system (slot -> unknown, and unknown -> slot or -1), the factors of A,
+    // C' by rows over the unknowns, 2B, and the right side of a step.
+    bool m_TrapSparse = false;
+    int32_t m_SparseTrapMinSize = kSparseTrapMinSize;  // a test sets it to compare both ways
+    std::vector<int32_t> m_TrapSlot, m_TrapUnknown;
+    CSparseColumns m_TrapColumns;
+    CSparseLu m_TrapLu;
+    std::vector<int32_t> m_TrapCStart, m_TrapCColumn;
+    std::vector<double> m_TrapCValue, m_TrapB, m_TrapRight;
     bool m_Leaky = false;
     bool m_FloatFix = false;
 

@@ -68,6 +68,7 @@ bool CCalc::StartRun() {
     m_StepNominal = m_StepFirstPrev = m_StepFirst = m_StepMin = m_StepBase;
     // A changed parameter or a new start: nothing kept may be taken again.
     m_FactorCache.Clear();
+    m_TrapSparse = false;
     for (int32_t& limit : m_IterLimit) limit = 10;
     m_Changes = 0;
     m_State = 1;

@@ -7,10 +7,19 @@ namespace qz3 {
 // Eliminates A = G + 2C/h once for the nominal step. Afterwards MatrixC holds
 // -A^-1 * (4C/h), extended by the columns of RowInput, and VecB holds A^-1 * 2B;
 // that stays right for as long as neither h nor any element state changes.
-// A system met before in this run is taken from the cache instead.
+// A system met before in this run is taken from the cache instead. A large
+// circuit keeps sparse factors of A instead (calc_trap_sparse.cpp).
 bool CCalc::FactorTrap() {
     m_Integrating = 1;
     if (!Assemble()) return false;
+    m_TrapSparse = false;
+    if (UsesSparseTrap()) {
+        PrepareTrapMatrices();
+        m_TrapSparse = FactorTrapSparse();
+        if (!m_TrapSparse) EliminateTrap();
+        ++m_FactorCount;
+        return true;
+    }
     const bool caching = m_FactorCache.Budget() > 0;
     const CFactorKey key = caching ? TrapFactorKey() : CFactorKey{};
     if (const CFactorEntry* kept = caching ? m_FactorCache.Find(key) : nullptr) {
@@ -112,7 +121,10 @@ void CCalc::ScaleTrapRow(int c) {
 bool CCalc::StepTrapFast() {
     m_Integrating = 1;
     if (!RunPhase(PhaseSources, m_Time + m_Step)) return false;
-    TrapFastProduct();
+    if (m_TrapSparse)
+        TrapSparseSolve();
+    else
+        TrapFastProduct();
     return ResolveLinks();
 }
 

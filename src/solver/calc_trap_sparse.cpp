@@ -1,0 +1,101 @@
+// The trapezoidal step of large circuits: sparse triangular solves instead of
+// a product with the eliminated system.
+//
+// FactorTrap leaves -A^-1 (4C/h) in MatrixC, and A^-1 is dense: the product
+// costs n^2 per step however sparse the circuit is. A large circuit keeps the
+// sparse LU factors of A = G + 2C/h instead, together with the prepared
+// C' = -4C/h (and the columns of the input rows) and 2B, and each step solves
+//     A z = 2B + C' y,    x1 = -(x0 + z)
+// which is the same product taken the other way round. The factors are made
+// from the flagged entries that PrepareTrapMatrices leaves, over the rows and
+// columns in the system. A system the sparse factorisation finds singular goes
+// on through the dense elimination, so that its rows without a pivot behave
+// exactly as they always have.
+#include "solver/calc.h"
+
+namespace qz3 {
+
+bool CCalc::UsesSparseTrap() const { return m_Size >= m_SparseTrapMinSize; }
+
+// After PrepareTrapMatrices: false when the system is singular to within m_Zero.
+bool CCalc::FactorTrapSparse() {
+    CollectTrapSystem();
+    return m_TrapLu.Update(m_TrapColumns, m_Zero);
+}
+
+// Numbers the unknowns in the system, and copies A by columns, C' by rows and 2B.
+void CCalc::CollectTrapSystem() {
+    const int n = m_Size;
+    m_TrapSlot.assign(static_cast<size_t>(n), -1);
+    m_TrapUnknown.clear();
+    for (int i = 1; i < n; ++i) {
+        if (RowOff[i]) continue;
+        m_TrapSlot[i] = static_cast<int32_t>(m_TrapUnknown.size());
+        m_TrapUnknown.push_back(i);
+    }
+    const int size = static_cast<int>(m_TrapUnknown.size());
+    m_TrapColumns.Clear(size);
+    m_TrapB.assign(static_cast<size_t>(size), 0.0);
+    m_TrapRight.assign(static_cast<size_t>(size), 0.0);
+    m_TrapCStart.assign(1, 0);
+    m_TrapCColumn.clear();
+    m_TrapCValue.clear();
+    // A by columns from the rows: count, then place.
+    std::vector<int32_t>& count = m_TrapColumns.start;
+    count.assign(static_cast<size_t>(size) + 1, 0);
+    for (int s = 0; s < size; ++s) {
+        const int i = m_TrapUnknown[s];
+        const unsigned char* fg = FlagG[i];
+        for (int j = 1; j < n; ++j)
+            if (fg[j] && m_TrapSlot[j] >= 0) ++count[m_TrapSlot[j] + 1];
+        m_TrapB[s] = VecB[i];
+        const unsigned char* fc = FlagC[i];
+        const double* c = MatrixC[i];
+        for (int j = 1; j < n; ++j) {
+            if (!fc[j]) continue;
+            m_TrapCColumn.push_back(j);
+            m_TrapCValue.push_back(c[j]);
+        }
+        m_TrapCStart.push_back(static_cast<int32_t>(m_TrapCColumn.size()));
+    }
+    for (int s = 0; s < size; ++s) count[s + 1] += count[s];
+    m_TrapColumns.row.assign(static_cast<size_t>(count[size]), 0);
+    m_TrapColumns.value.assign(static_cast<size_t>(count[size]), 0.0);
+    std::vector<int32_t> fill(count.begin(), count.end() - 1);
+    for (int s = 0; s < size; ++s) {
+        const int i = m_TrapUnknown[s];
+        const unsigned char* fg = FlagG[i];
+        const double* g = MatrixG[i];
+        for (int j = 1; j < n; ++j) {
+            if (!fg[j] || m_TrapSlot[j] < 0) continue;
+            const int32_t at = fill[m_TrapSlot[j]]++;
+            m_TrapColumns.row[at] = s;
+            m_TrapColumns.value[at] = g[j];
+        }
+    }
+}
+
+// x1 = -(x0 + A^-1 (2B + C' y)), with y = x0 or E0 + E1 on the input rows.
+// Rows with a link are left to ResolveLinks.
+void CCalc::TrapSparseSolve() {
+    const double* p = VecXPrev;
+    const int size = static_cast<int>(m_TrapUnknown.size());
+    double* right = m_TrapRight.data();
+    for (int s = 0; s < size; ++s) {
+        double sum = m_TrapB[s];
+        for (int32_t q = m_TrapCStart[s]; q < m_TrapCStart[s + 1]; ++q) {
+            const int j = m_TrapCColumn[q];
+            sum += m_TrapCValue[q] * (RowInput[j] ? VecEPrev[j] + VecE[j] : p[j]);
+        }
+        right[s] = sum;
+    }
+    m_TrapLu.Solve(right);
+    for (int s = 0; s < size; ++s) {
+        const int i = m_TrapUnknown[s];
+        if (NodeLink[i].kind != 0) continue;
+        VecX[i] = -p[i];
+        AddRound(&VecX[i], -right[s]);
+    }
+}
+
+}  // namespace qz3
