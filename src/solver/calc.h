@@ -33,6 +33,7 @@
 #include "components/cmp.h"
 #include "components/solver_port.h"
 #include "solver/error_mark.h"
+#include "solver/entry_lists.h"
 #include "solver/factor_cache.h"
 #include "solver/sparse_lu.h"
 #include "xml/settings.h"
@@ -170,6 +171,7 @@ public:
     void RowAdd(int src, int dst, double factor);
     void LoadDcRightSide();
     void SolveReal();
+    void ListEntries();
     bool FactorTrap();
     void PrepareTrapMatrices();
     void EliminateTrap();
@@ -360,6 +362,8 @@ public:
     CSparseLu m_TrapLu;
     std::vector<int32_t> m_TrapCStart, m_TrapCColumn;
     std::vector<double> m_TrapCValue, m_TrapB, m_TrapRight;
+    // The entries SolveReal walks, by row and by column.
+    CEntryLists m_Entries;
     bool m_Leaky = false;
     bool m_FloatFix = false;
 
@@ -382,6 +386,8 @@ private:
     bool TakesPartInColumn(int r, int c) const;
     bool TakesPartBelow(int r, int c) const;
     int FindPivotRow(int c) const;
+    int FindListedPivot(int c) const;
+    void SubtractListedPivotRow(int r, int c, double m);
     void SubtractPivotRow(int r, int c, double m);
     void SwapTrapRows(int r1, int r2);
     // Parts of the state machine and the search.
