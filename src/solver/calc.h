@@ -36,6 +36,7 @@
 #include "solver/entry_lists.h"
 #include "solver/factor_cache.h"
 #include "solver/sparse_lu.h"
+#include "solver/sparse_lu_set.h"
 #include "xml/settings.h"
 
 namespace qz3 {
@@ -127,10 +128,20 @@ public:
     void StampVCCS(int a, int b, int c, int d, int k, double A) override;
     void StampDiode(int a, int b, int k, bool on, double V, bool keepLeak) override;
     void StampBranchVoltage(int a, int b, int k, double V) override;
-    void AddG(int i, int j, double value) override { MatrixG[i][j] += value; }
-    void SetG(int i, int j, double value) override { MatrixG[i][j] = value; }
-    void AddC(int i, int j, double value) override { MatrixC[i][j] += value; }
-    void SetC(int i, int j, double value) override { MatrixC[i][j] = value; }
+    void AddG(int i, int j, double value) override { EntryG(i, j) += value; }
+    void SetG(int i, int j, double value) override { EntryG(i, j) = value; }
+    void AddC(int i, int j, double value) override { EntryC(i, j) += value; }
+    void SetC(int i, int j, double value) override { EntryC(i, j) = value; }
+    // Every stamp writes through these, so that a large circuit's flags are
+    // found from the entries written instead of a walk of all n x n.
+    double& EntryG(int i, int j) {
+        m_Written.push_back(i * m_Size + j);
+        return MatrixG[i][j];
+    }
+    double& EntryC(int i, int j) {
+        m_Written.push_back(i * m_Size + j);
+        return MatrixC[i][j];
+    }
     void SetB(int i, double value) override { VecB[i] = value; }
     void ClearRow(int i) override;
     bool SetOutput(int node, int k, bool fixed, double value) override;
@@ -164,6 +175,7 @@ public:
     void JoinPinGroups(const int* nodes, const int* pinGroups, int pinCount);
     void LeakFloatingGroups();
     bool FillFlags();
+    void FillFlagsOfWritten();
     void RescanEmptyRows();
 
     // ---- linear solve (calc_solve.cpp; the trapezoidal factorisation in calc_trap_fast.cpp)
@@ -186,8 +198,11 @@ public:
     static constexpr int kSparseTrapMinSize = 100;
     bool UsesSparseTrap() const;
     bool FactorTrapSparse();
-    void CollectTrapSystem();
+    void CollectSystemColumns(CSparseColumns& a);
+    void CollectTrapRightSide();
     void TrapSparseSolve();
+    // SolveReal of a large circuit by the sparse factors (calc_solve_sparse.cpp).
+    bool SolveSparse();
 
     // ---- AC analysis (calc_ac.cpp)
     bool SolveAcOperatingPoint();
@@ -357,11 +372,21 @@ public:
     // C' by rows over the unknowns, 2B, and the right side of a step.
     bool m_TrapSparse = false;
     int32_t m_SparseTrapMinSize = kSparseTrapMinSize;  // a test sets it to compare both ways
-    std::vector<int32_t> m_TrapSlot, m_TrapUnknown;
+    std::vector<int32_t> m_TrapUnknown;
     CSparseColumns m_TrapColumns;
-    CSparseLu m_TrapLu;
+    CSparseLuSet m_TrapLus;
+    const CSparseLu* m_TrapLu = nullptr;  // the factors of the present system
+    // The numbering of the last system collected (slot -> unknown, unknown ->
+    // slot or -1), and SolveReal's sparse system of a large circuit.
+    std::vector<int32_t> m_SparseSlot, m_SparseUnknown, m_SparseFill;
+    CSparseColumns m_SolveColumns;
+    CSparseLuSet m_SolveLus;
+    std::vector<double> m_SolveRight;
     std::vector<int32_t> m_TrapCStart, m_TrapCColumn;
     std::vector<double> m_TrapCValue, m_TrapB, m_TrapRight;
+    // The places (i * n + j) written since the matrices were cleared, repeats
+    // and all; a large circuit's flags are set from them.
+    std::vector<int32_t> m_Written;
     // The entries SolveReal walks, by row and by column.
     CEntryLists m_Entries;
     bool m_Leaky = false;

@@ -69,6 +69,9 @@ bool CCalc::StartRun() {
     // A changed parameter or a new start: nothing kept may be taken again.
     m_FactorCache.Clear();
     m_TrapSparse = false;
+    m_TrapLu = nullptr;
+    m_TrapLus.Clear();
+    m_SolveLus.Clear();
     for (int32_t& limit : m_IterLimit) limit = 10;
     m_Changes = 0;
     m_State = 1;

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "solver/calc.h"
+#include "solver/flag_scan.h"
 
 namespace qz3 {
 
@@ -103,9 +104,7 @@ void CCalc::ListEntries() {
     m_Entries.Begin(n);
     for (int i = 1; i < n; ++i) {
         if (RowOff[i]) continue;
-        const unsigned char* f = FlagG[i];
-        for (int j = 1; j < n; ++j)
-            if (f[j]) m_Entries.Add(i, j);
+        ForEachFlag(FlagG[i], n, [&](int j) { m_Entries.Add(i, j); });
     }
 }
 
@@ -153,6 +152,7 @@ void CCalc::SubtractListedPivotRow(int r, int c, double m) {
 void CCalc::SolveReal() {
     const int n = m_Size;
     if (n < 1) return;
+    if (UsesSparseTrap() && SolveSparse()) return;
     double** G = MatrixG;
     unsigned char** F = FlagG;
     for (int i = 1; i < n; ++i) G[i][0] = VecX[i];

@@ -12,6 +12,7 @@
 // on through the dense elimination, so that its rows without a pivot behave
 // exactly as they always have.
 #include "solver/calc.h"
+#include "solver/flag_scan.h"
 
 namespace qz3 {
 
@@ -19,60 +20,69 @@ bool CCalc::UsesSparseTrap() const { return m_Size >= m_SparseTrapMinSize; }
 
 // After PrepareTrapMatrices: false when the system is singular to within m_Zero.
 bool CCalc::FactorTrapSparse() {
-    CollectTrapSystem();
-    return m_TrapLu.Update(m_TrapColumns, m_Zero);
+    CollectSystemColumns(m_TrapColumns);
+    CollectTrapRightSide();
+    m_TrapLu = m_TrapLus.Update(m_TrapColumns, m_Zero);
+    return m_TrapLu != nullptr;
 }
 
-// Numbers the unknowns in the system, and copies A by columns, C' by rows and 2B.
-void CCalc::CollectTrapSystem() {
+// Numbers the unknowns in the system (the rows not out of it) and copies the
+// flagged entries of MatrixG over them by columns.
+void CCalc::CollectSystemColumns(CSparseColumns& a) {
     const int n = m_Size;
-    m_TrapSlot.assign(static_cast<size_t>(n), -1);
-    m_TrapUnknown.clear();
+    m_SparseSlot.assign(static_cast<size_t>(n), -1);
+    m_SparseUnknown.clear();
     for (int i = 1; i < n; ++i) {
         if (RowOff[i]) continue;
-        m_TrapSlot[i] = static_cast<int32_t>(m_TrapUnknown.size());
-        m_TrapUnknown.push_back(i);
+        m_SparseSlot[i] = static_cast<int32_t>(m_SparseUnknown.size());
+        m_SparseUnknown.push_back(i);
     }
-    const int size = static_cast<int>(m_TrapUnknown.size());
-    m_TrapColumns.Clear(size);
+    const int size = static_cast<int>(m_SparseUnknown.size());
+    a.Clear(size);
+    // Count per column, then place.
+    std::vector<int32_t>& count = a.start;
+    count.assign(static_cast<size_t>(size) + 1, 0);
+    for (int s = 0; s < size; ++s) {
+        ForEachFlag(FlagG[m_SparseUnknown[s]], n, [&](int j) {
+            if (m_SparseSlot[j] >= 0) ++count[m_SparseSlot[j] + 1];
+        });
+    }
+    for (int s = 0; s < size; ++s) count[s + 1] += count[s];
+    a.row.assign(static_cast<size_t>(count[size]), 0);
+    a.value.assign(static_cast<size_t>(count[size]), 0.0);
+    m_SparseFill.assign(count.begin(), count.end() - 1);
+    for (int s = 0; s < size; ++s) {
+        const int i = m_SparseUnknown[s];
+        const double* g = MatrixG[i];
+        ForEachFlag(FlagG[i], n, [&](int j) {
+            if (m_SparseSlot[j] < 0) return;
+            const int32_t at = m_SparseFill[m_SparseSlot[j]]++;
+            a.row[at] = s;
+            a.value[at] = g[j];
+        });
+    }
+}
+
+// C' by rows over all columns, as the product would use it, and 2B.
+void CCalc::CollectTrapRightSide() {
+    const int n = m_Size;
+    const int size = static_cast<int>(m_SparseUnknown.size());
     m_TrapB.assign(static_cast<size_t>(size), 0.0);
     m_TrapRight.assign(static_cast<size_t>(size), 0.0);
     m_TrapCStart.assign(1, 0);
     m_TrapCColumn.clear();
     m_TrapCValue.clear();
-    // A by columns from the rows: count, then place.
-    std::vector<int32_t>& count = m_TrapColumns.start;
-    count.assign(static_cast<size_t>(size) + 1, 0);
     for (int s = 0; s < size; ++s) {
-        const int i = m_TrapUnknown[s];
-        const unsigned char* fg = FlagG[i];
-        for (int j = 1; j < n; ++j)
-            if (fg[j] && m_TrapSlot[j] >= 0) ++count[m_TrapSlot[j] + 1];
+        const int i = m_SparseUnknown[s];
         m_TrapB[s] = VecB[i];
-        const unsigned char* fc = FlagC[i];
         const double* c = MatrixC[i];
-        for (int j = 1; j < n; ++j) {
-            if (!fc[j]) continue;
+        ForEachFlag(FlagC[i], n, [&](int j) {
             m_TrapCColumn.push_back(j);
             m_TrapCValue.push_back(c[j]);
-        }
+        });
         m_TrapCStart.push_back(static_cast<int32_t>(m_TrapCColumn.size()));
     }
-    for (int s = 0; s < size; ++s) count[s + 1] += count[s];
-    m_TrapColumns.row.assign(static_cast<size_t>(count[size]), 0);
-    m_TrapColumns.value.assign(static_cast<size_t>(count[size]), 0.0);
-    std::vector<int32_t> fill(count.begin(), count.end() - 1);
-    for (int s = 0; s < size; ++s) {
-        const int i = m_TrapUnknown[s];
-        const unsigned char* fg = FlagG[i];
-        const double* g = MatrixG[i];
-        for (int j = 1; j < n; ++j) {
-            if (!fg[j] || m_TrapSlot[j] < 0) continue;
-            const int32_t at = fill[m_TrapSlot[j]]++;
-            m_TrapColumns.row[at] = s;
-            m_TrapColumns.value[at] = g[j];
-        }
-    }
+    m_TrapUnknown = m_SparseUnknown;
 }
 
 // x1 = -(x0 + A^-1 (2B + C' y)), with y = x0 or E0 + E1 on the input rows.
@@ -89,7 +99,7 @@ void CCalc::TrapSparseSolve() {
         }
         right[s] = sum;
     }
-    m_TrapLu.Solve(right);
+    m_TrapLu->Solve(right);
     for (int s = 0; s < size; ++s) {
         const int i = m_TrapUnknown[s];
         if (NodeLink[i].kind != 0) continue;

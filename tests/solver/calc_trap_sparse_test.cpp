@@ -55,7 +55,7 @@ TEST(CalcTrapSparse, LadderGivesThePointsOfTheDenseProduct) {
     EXPECT_FALSE(dense.calc.m_TrapSparse);
     EXPECT_EQ(sparse.calc.m_State, CCalc::StateTrap);
     // The factors of a ladder stay as sparse as the ladder.
-    EXPECT_LT(sparse.calc.m_TrapLu.Entries(), static_cast<size_t>(8 * sparse.calc.m_Size));
+    EXPECT_LT(sparse.calc.m_TrapLu->Entries(), static_cast<size_t>(8 * sparse.calc.m_Size));
     // The far end of the ladder has begun to move, and the near end follows the source.
     EXPECT_GT(sparse.X(81), 0.0);
     EXPECT_LT(sparse.X(81), sparse.X(2));
@@ -72,4 +72,35 @@ TEST(CalcTrapSparse, SingularSystemGoesThroughTheDenseElimination) {
     EXPECT_FALSE(sparse.calc.m_TrapSparse);
     EXPECT_GT(sparse.calc.m_FactorCount, 0);
     for (int i = 0; i < sparse.calc.m_Total; ++i) EXPECT_EQ(sparse.calc.VecX[i], dense.calc.VecX[i]) << i;
+}
+
+TEST(CalcTrapSparse, FlagsOfTheWrittenEntriesAreTheFlagsOfAWholeScan) {
+    // Sources, a floating pair of capacitors and the ladder: every stamp kind the fixture has.
+    Ladder ladder(80, false);
+    ladder.C("Cf1", 90, 91, 1e-9, std::nan(""));
+    ladder.R("Rf", 91, 92, 1e3);
+    ladder.Probe("V2", 0, 1, 1.0);
+    ASSERT_TRUE(ladder.Prepare()) << ladder.calc.m_Error;
+    CCalc& c = ladder.calc;
+    ASSERT_GE(c.m_Size, CCalc::kSparseTrapMinSize);
+    for (bool floatFix : {false, true}) {
+        c.m_FloatFix = floatFix;
+        ASSERT_TRUE(c.Assemble());
+        const int n = c.m_Size;
+        std::vector<unsigned char> written;
+        for (int i = 0; i < n; ++i) {
+            written.insert(written.end(), c.FlagG[i], c.FlagG[i] + n);
+            written.insert(written.end(), c.FlagC[i], c.FlagC[i] + n);
+        }
+        c.m_SparseTrapMinSize = INT_MAX;
+        ASSERT_TRUE(c.Assemble());
+        c.m_SparseTrapMinSize = CCalc::kSparseTrapMinSize;
+        size_t at = 0, marked = 0;
+        for (int i = 0; i < n; ++i) {
+            for (int j = 0; j < n; ++j, ++at) EXPECT_EQ(written[at], c.FlagG[i][j]) << "G " << i << "," << j;
+            for (int j = 0; j < n; ++j, ++at) EXPECT_EQ(written[at], c.FlagC[i][j]) << "C " << i << "," << j;
+            marked += c.FlagG[i][0];
+        }
+        EXPECT_GT(marked, 150u);
+    }
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "solver/sparse_lu.h"
+#include "solver/sparse_lu_set.h"
 #include "solver/sparse_order.h"
 
 namespace {
@@ -167,6 +168,35 @@ TEST(SparseLu, AChainIsFactoredWithoutFill) {
     std::vector<int32_t> order = qz3::MinimumDegreeOrder(c);
     std::sort(order.begin(), order.end());
     for (int i = 0; i < n; ++i) EXPECT_EQ(order[i], i);
+}
+
+}  // namespace
+
+namespace {
+
+TEST(SparseLuSet, EachPatternIsFactoredOnceAndThenRefactored) {
+    qz3::CSparseLuSet set;
+    const Dense one = {{4.0, 1.0, 0.0}, {1.0, 4.0, 1.0}, {0.0, 1.0, 4.0}};
+    const Dense two = {{4.0, 0.0, 1.0}, {0.0, 4.0, 0.0}, {1.0, 0.0, 4.0}};
+    for (int round = 0; round < 5; ++round) {
+        for (const Dense* a : {&one, &two}) {
+            Dense scaled = *a;
+            for (auto& row : scaled)
+                for (double& v : row) v *= 1.0 + round;
+            const CSparseLu* lu = set.Update(ColumnsOf(scaled), 1e-12);
+            ASSERT_NE(lu, nullptr);
+            std::vector<double> x = {1.0, 2.0, 3.0};
+            lu->Solve(x.data());
+            ExpectClose(x, DenseSolve(scaled, {1.0, 2.0, 3.0}));
+        }
+    }
+    EXPECT_EQ(set.Count(), 2);
+    EXPECT_EQ(set.FullFactorisations(), 2);
+    // A singular matrix gives no factors and takes no place.
+    EXPECT_EQ(set.Update(ColumnsOf({{1.0, 1.0}, {1.0, 1.0}}), 1e-12), nullptr);
+    EXPECT_EQ(set.Count(), 2);
+    set.Clear();
+    EXPECT_EQ(set.Count(), 0);
 }
 
 }  // namespace
