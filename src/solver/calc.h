@@ -170,6 +170,7 @@ public:
     // ---- assembly (calc_assemble.cpp)
     bool Assemble();
     void ClearMatrices();
+    void ClearWrittenEntries();
     bool FinishAssembly();
     void InitNodeGroups();
     void JoinPinGroups(const int* nodes, const int* pinGroups, int pinCount);
@@ -387,6 +388,10 @@ public:
     // The places (i * n + j) written since the matrices were cleared, repeats
     // and all; a large circuit's flags are set from them.
     std::vector<int32_t> m_Written;
+    // Something wrote outside the written places since the last clear (the
+    // fill of an elimination, exchanged rows, a kept factorisation put back):
+    // the next clear of a large circuit is a whole one. Fresh storage is zero.
+    bool m_MatrixDirty = false;
     // The entries SolveReal walks, by row and by column.
     CEntryLists m_Entries;
     bool m_Leaky = false;

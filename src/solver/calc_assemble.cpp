@@ -17,17 +17,36 @@ bool CCalc::Assemble() {
 void CCalc::ClearMatrices() {
     const size_t n = static_cast<size_t>(m_Size);
     const size_t m = static_cast<size_t>(m_Total);
-    std::memset(m_MatrixBlock, 0, 2 * n * n * sizeof(double));
+    if (UsesSparseTrap() && !m_MatrixDirty) {
+        ClearWrittenEntries();
+    } else {
+        std::memset(m_MatrixBlock, 0, 2 * n * n * sizeof(double));
+        std::memset(m_FlagBlock, 0, 2 * n * n);
+    }
+    m_MatrixDirty = false;
     std::memset(VecE, 0, n * sizeof(double));
     std::memset(VecEIm, 0, n * sizeof(double));
     std::memset(VecB, 0, n * sizeof(double));
-    std::memset(m_FlagBlock, 0, 2 * n * n);
     std::memset(NodeBad, 0, n);
     std::memset(RowOff, 0, n);
     std::memset(RowInput, 0, n);
     std::memset(NodeDriver, 0, m * sizeof(CNodeDriver));
     std::memset(NodeLink, 0, m * sizeof(CNodeLink));
     m_Written.clear();
+}
+
+// The sparse ways leave values and flags only where the stamps wrote, and in
+// column 0 of those rows (the row flags): a large circuit clears those and
+// leaves the rest of its n x n storage untouched, most of it never paged in.
+void CCalc::ClearWrittenEntries() {
+    const int n = m_Size;
+    for (const int32_t at : m_Written) {
+        const int i = at / n, j = at % n;
+        MatrixG[i][j] = MatrixC[i][j] = 0.0;
+        FlagG[i][j] = FlagC[i][j] = 0;
+        MatrixG[i][0] = MatrixC[i][0] = 0.0;
+        FlagG[i][0] = FlagC[i][0] = 0;
+    }
 }
 
 // What follows the stamps: the floating-group leak, the structure flags, the

@@ -162,10 +162,14 @@ bool CCalc::AllocArrays() {
     if (m_Memory != 0) ReportMemory(-m_Memory);
     m_Memory = (18 * n + 67) * n + 80 * m;
     ReportMemory(m_Memory);
+    // Fresh storage is zero and nothing is written in it yet.
+    m_Written.clear();
+    m_MatrixDirty = false;
     return true;
 }
 
 void CCalc::FreeMatrices() {
+    m_Written.clear();
     std::free(m_MatrixBlock);
     std::free(MatrixG);
     std::free(MatrixC);

@@ -153,6 +153,7 @@ void CCalc::SolveReal() {
     const int n = m_Size;
     if (n < 1) return;
     if (UsesSparseTrap() && SolveSparse()) return;
+    m_MatrixDirty = true;
     double** G = MatrixG;
     unsigned char** F = FlagG;
     for (int i = 1; i < n; ++i) G[i][0] = VecX[i];

@@ -54,7 +54,7 @@ void CCalc::PrepareTrapMatrices() {
         }
         // An input unknown carries E0 + E1 through its own column of the product.
         if (RowInput[i]) {
-            c[i] = 1.0;
+            EntryC(i, i) = 1.0;
             FlagC[i][i] = 1;
             FlagC[i][0] = 1;
         }
@@ -64,6 +64,7 @@ void CCalc::PrepareTrapMatrices() {
 // The elimination of SolveReal, with every row operation applied to MatrixC
 // and VecB as well, and a backward pass that clears above the diagonal.
 void CCalc::EliminateTrap() {
+    m_MatrixDirty = true;
     const int n = m_Size;
     double** G = MatrixG;
     unsigned char** F = FlagG;
