@@ -1,6 +1,8 @@
 #include "solver/sparse_order.h"
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 namespace qz3 {
 
@@ -35,16 +37,19 @@ void EraseSorted(std::vector<int32_t>& list, int32_t v) {
     if (at != list.end() && *at == v) list.erase(at);
 }
 
-// Takes v out of the graph and makes its neighbours a clique.
-void Eliminate(CAdjacency& adj, int32_t v) {
+// Takes v out of the graph and makes its neighbours a clique; the queue
+// follows the degrees that change.
+void Eliminate(CAdjacency& adj, std::set<std::pair<size_t, int32_t>>& queue, int32_t v) {
     const std::vector<int32_t> around = std::move(adj[v]);
     adj[v].clear();
+    for (const int32_t u : around) queue.erase({adj[u].size(), u});
     for (const int32_t u : around) EraseSorted(adj[u], v);
     for (size_t x = 0; x < around.size(); ++x)
         for (size_t y = x + 1; y < around.size(); ++y) {
             InsertSorted(adj[around[x]], around[y]);
             InsertSorted(adj[around[y]], around[x]);
         }
+    for (const int32_t u : around) queue.insert({adj[u].size(), u});
 }
 
 }  // namespace
@@ -54,19 +59,15 @@ void Eliminate(CAdjacency& adj, int32_t v) {
 std::vector<int32_t> MinimumDegreeOrder(const CSparseColumns& a) {
     const int n = a.n;
     CAdjacency adj = SymmetricGraph(a);
-    std::vector<char> done(static_cast<size_t>(n), 0);
+    std::set<std::pair<size_t, int32_t>> queue;
+    for (int32_t v = 0; v < n; ++v) queue.insert({adj[v].size(), v});
     std::vector<int32_t> order;
     order.reserve(static_cast<size_t>(n));
-    for (int step = 0; step < n; ++step) {
-        int32_t best = -1;
-        size_t bestDegree = 0;
-        for (int32_t v = 0; v < n; ++v) {
-            if (done[v]) continue;
-            if (best < 0 || adj[v].size() < bestDegree) best = v, bestDegree = adj[v].size();
-        }
-        done[best] = 1;
+    while (!queue.empty()) {
+        const int32_t best = queue.begin()->second;
+        queue.erase(queue.begin());
         order.push_back(best);
-        Eliminate(adj, best);
+        Eliminate(adj, queue, best);
     }
     return order;
 }
