@@ -135,10 +135,12 @@ public:
     // Every stamp writes through these, so that a large circuit's flags are
     // found from the entries written instead of a walk of all n x n.
     double& EntryG(int i, int j) {
+        m_WrittenSorted = false;
         m_Written.push_back(i * m_Size + j);
         return MatrixG[i][j];
     }
     double& EntryC(int i, int j) {
+        m_WrittenSorted = false;
         m_Written.push_back(i * m_Size + j);
         return MatrixC[i][j];
     }
@@ -204,6 +206,8 @@ public:
     bool UsesSparseTrap() const;
     bool FactorTrapSparse();
     void CollectSystemColumns(CSparseColumns& a);
+    template <class Visit>
+    void ForEachSystemEntry(Visit&& visit);
     void CollectTrapRightSide();
     void TrapSparseSolve();
     // SolveReal of a large circuit by the sparse factors (calc_solve_sparse.cpp).
@@ -396,6 +400,7 @@ public:
     // fill of an elimination, exchanged rows, a kept factorisation put back):
     // the next clear of a large circuit is a whole one. Fresh storage is zero.
     bool m_MatrixDirty = false;
+    bool m_WrittenSorted = false;  // m_Written is sorted and each place is in it once
     // The entries SolveReal walks, by row and by column.
     CEntryLists m_Entries;
     bool m_Leaky = false;

@@ -11,6 +11,8 @@
 // columns in the system. A system the sparse factorisation finds singular goes
 // on through the dense elimination, so that its rows without a pivot behave
 // exactly as they always have.
+#include <algorithm>
+
 #include "solver/calc.h"
 #include "solver/flag_scan.h"
 
@@ -42,25 +44,42 @@ void CCalc::CollectSystemColumns(CSparseColumns& a) {
     // Count per column, then place.
     std::vector<int32_t>& count = a.start;
     count.assign(static_cast<size_t>(size) + 1, 0);
-    for (int s = 0; s < size; ++s) {
-        ForEachFlag(FlagG[m_SparseUnknown[s]], n, [&](int j) {
-            if (m_SparseSlot[j] >= 0) ++count[m_SparseSlot[j] + 1];
-        });
-    }
+    ForEachSystemEntry([&](int, int j) { ++count[m_SparseSlot[j] + 1]; });
     for (int s = 0; s < size; ++s) count[s + 1] += count[s];
     a.row.assign(static_cast<size_t>(count[size]), 0);
     a.value.assign(static_cast<size_t>(count[size]), 0.0);
     m_SparseFill.assign(count.begin(), count.end() - 1);
-    for (int s = 0; s < size; ++s) {
-        const int i = m_SparseUnknown[s];
-        const double* g = MatrixG[i];
-        ForEachFlag(FlagG[i], n, [&](int j) {
-            if (m_SparseSlot[j] < 0) return;
-            const int32_t at = m_SparseFill[m_SparseSlot[j]]++;
-            a.row[at] = s;
-            a.value[at] = g[j];
-        });
+    ForEachSystemEntry([&](int i, int j) {
+        const int32_t at = m_SparseFill[m_SparseSlot[j]]++;
+        a.row[at] = m_SparseSlot[i];
+        a.value[at] = MatrixG[i][j];
+    });
+}
+
+// Calls visit(i, j) for each flagged entry of MatrixG in a row and a column
+// of the system, row by row. While no dense elimination has filled the
+// matrices, entries exist only where the stamps wrote: the log of those
+// places is walked (sorted, each place once) instead of all n x n flags.
+template <class Visit>
+void CCalc::ForEachSystemEntry(Visit&& visit) {
+    const int n = m_Size;
+    if (!m_MatrixDirty) {
+        if (!m_WrittenSorted) {
+            std::sort(m_Written.begin(), m_Written.end());
+            m_Written.erase(std::unique(m_Written.begin(), m_Written.end()), m_Written.end());
+            m_WrittenSorted = true;
+        }
+        for (const int32_t place : m_Written) {
+            const int i = place / n, j = place % n;
+            if (i == 0 || j == 0 || m_SparseSlot[i] < 0 || m_SparseSlot[j] < 0 || !FlagG[i][j]) continue;
+            visit(i, j);
+        }
+        return;
     }
+    for (const int32_t i : m_SparseUnknown)
+        ForEachFlag(FlagG[i], n, [&](int j) {
+            if (m_SparseSlot[j] >= 0) visit(i, j);
+        });
 }
 
 // C' by rows over all columns, as the product would use it, and 2B.
