@@ -33,7 +33,10 @@
 #include "components/cmp.h"
 #include "components/solver_port.h"
 #include "solver/error_mark.h"
+#include "solver/entry_lists.h"
 #include "solver/factor_cache.h"
+#include "solver/sparse_lu.h"
+#include "solver/sparse_lu_set.h"
 #include "xml/settings.h"
 
 namespace qz3 {
@@ -125,10 +128,22 @@ public:
     void StampVCCS(int a, int b, int c, int d, int k, double A) override;
     void StampDiode(int a, int b, int k, bool on, double V, bool keepLeak) override;
     void StampBranchVoltage(int a, int b, int k, double V) override;
-    void AddG(int i, int j, double value) override { MatrixG[i][j] += value; }
-    void SetG(int i, int j, double value) override { MatrixG[i][j] = value; }
-    void AddC(int i, int j, double value) override { MatrixC[i][j] += value; }
-    void SetC(int i, int j, double value) override { MatrixC[i][j] = value; }
+    void AddG(int i, int j, double value) override { EntryG(i, j) += value; }
+    void SetG(int i, int j, double value) override { EntryG(i, j) = value; }
+    void AddC(int i, int j, double value) override { EntryC(i, j) += value; }
+    void SetC(int i, int j, double value) override { EntryC(i, j) = value; }
+    // Every stamp writes through these, so that a large circuit's flags are
+    // found from the entries written instead of a walk of all n x n.
+    double& EntryG(int i, int j) {
+        m_WrittenSorted = false;
+        m_Written.push_back(i * m_Size + j);
+        return MatrixG[i][j];
+    }
+    double& EntryC(int i, int j) {
+        m_WrittenSorted = false;
+        m_Written.push_back(i * m_Size + j);
+        return MatrixC[i][j];
+    }
     void SetB(int i, double value) override { VecB[i] = value; }
     void ClearRow(int i) override;
     bool SetOutput(int node, int k, bool fixed, double value) override;
@@ -157,11 +172,13 @@ public:
     // ---- assembly (calc_assemble.cpp)
     bool Assemble();
     void ClearMatrices();
+    void ClearWrittenEntries();
     bool FinishAssembly();
     void InitNodeGroups();
     void JoinPinGroups(const int* nodes, const int* pinGroups, int pinCount);
     void LeakFloatingGroups();
     bool FillFlags();
+    void FillFlagsOfWritten();
     void RescanEmptyRows();
 
     // ---- linear solve (calc_solve.cpp; the trapezoidal factorisation in calc_trap_fast.cpp)
@@ -169,6 +186,7 @@ public:
     void RowAdd(int src, int dst, double factor);
     void LoadDcRightSide();
     void SolveReal();
+    void ListEntries();
     bool FactorTrap();
     void PrepareTrapMatrices();
     void EliminateTrap();
@@ -179,6 +197,21 @@ public:
     CFactorKey TrapFactorKey() const;
     CFactorEntry SaveTrapFactor(const CFactorKey& key) const;
     void RestoreTrapFactor(const CFactorEntry& entry);
+    // Large circuits step by sparse triangular solves (calc_trap_sparse.cpp),
+    // and solve, clear and mark their matrices the sparse way. The ways cost
+    // the same near 20 to 40 unknowns on the multiphase converters; at 69 the
+    // sparse one takes two thirds of the time, and below 48 the whole-row
+    // walks are as quick and keep the exact dense arithmetic.
+    static constexpr int kSparseTrapMinSize = 48;
+    bool UsesSparseTrap() const;
+    bool FactorTrapSparse();
+    void CollectSystemColumns(CSparseColumns& a);
+    template <class Visit>
+    void ForEachSystemEntry(Visit&& visit);
+    void CollectTrapRightSide();
+    void TrapSparseSolve();
+    // SolveReal of a large circuit by the sparse factors (calc_solve_sparse.cpp).
+    bool SolveSparse();
 
     // ---- AC analysis (calc_ac.cpp)
     bool SolveAcOperatingPoint();
@@ -352,6 +385,33 @@ public:
     CFactorCache m_FactorCache;
     int64_t m_FactorCount = 0;
     int64_t m_FactorHits = 0;
+    // The sparse trapezoidal system of a large circuit: the unknowns in the
+    // system (slot -> unknown, and unknown -> slot or -1), the factors of A,
+    // C' by rows over the unknowns, 2B, and the right side of a step.
+    bool m_TrapSparse = false;
+    int32_t m_SparseTrapMinSize = kSparseTrapMinSize;  // a test sets it to compare both ways
+    std::vector<int32_t> m_TrapUnknown;
+    CSparseColumns m_TrapColumns;
+    CSparseLuSet m_TrapLus;
+    const CSparseLu* m_TrapLu = nullptr;  // the factors of the present system
+    // The numbering of the last system collected (slot -> unknown, unknown ->
+    // slot or -1), and SolveReal's sparse system of a large circuit.
+    std::vector<int32_t> m_SparseSlot, m_SparseUnknown, m_SparseFill;
+    CSparseColumns m_SolveColumns;
+    CSparseLuSet m_SolveLus;
+    std::vector<double> m_SolveRight;
+    std::vector<int32_t> m_TrapCStart, m_TrapCColumn;
+    std::vector<double> m_TrapCValue, m_TrapB, m_TrapRight;
+    // The places (i * n + j) written since the matrices were cleared, repeats
+    // and all; a large circuit's flags are set from them.
+    std::vector<int32_t> m_Written;
+    // Something wrote outside the written places since the last clear (the
+    // fill of an elimination, exchanged rows, a kept factorisation put back):
+    // the next clear of a large circuit is a whole one. Fresh storage is zero.
+    bool m_MatrixDirty = false;
+    bool m_WrittenSorted = false;  // m_Written is sorted and each place is in it once
+    // The entries SolveReal walks, by row and by column.
+    CEntryLists m_Entries;
     bool m_Leaky = false;
     bool m_FloatFix = false;
 
@@ -374,6 +434,8 @@ private:
     bool TakesPartInColumn(int r, int c) const;
     bool TakesPartBelow(int r, int c) const;
     int FindPivotRow(int c) const;
+    int FindListedPivot(int c) const;
+    void SubtractListedPivotRow(int r, int c, double m);
     void SubtractPivotRow(int r, int c, double m);
     void SwapTrapRows(int r1, int r2);
     // Parts of the state machine and the search.

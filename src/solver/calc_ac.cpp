@@ -62,6 +62,7 @@ bool CCalc::SolveAC(double f, int row) {
 // The plan of SolveReal on M = G + jC: an entry is present when either part
 // is flagged; rows change places by pointer, so x needs no permuting back.
 void CCalc::SolveComplex(double* re, double* im) {
+    m_MatrixDirty = true;
     const int n = m_Size;
     if (n < 2) return;
     double** G = MatrixG;

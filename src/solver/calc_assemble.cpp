@@ -17,16 +17,36 @@ bool CCalc::Assemble() {
 void CCalc::ClearMatrices() {
     const size_t n = static_cast<size_t>(m_Size);
     const size_t m = static_cast<size_t>(m_Total);
-    std::memset(m_MatrixBlock, 0, 2 * n * n * sizeof(double));
+    if (UsesSparseTrap() && !m_MatrixDirty) {
+        ClearWrittenEntries();
+    } else {
+        std::memset(m_MatrixBlock, 0, 2 * n * n * sizeof(double));
+        std::memset(m_FlagBlock, 0, 2 * n * n);
+    }
+    m_MatrixDirty = false;
     std::memset(VecE, 0, n * sizeof(double));
     std::memset(VecEIm, 0, n * sizeof(double));
     std::memset(VecB, 0, n * sizeof(double));
-    std::memset(m_FlagBlock, 0, 2 * n * n);
     std::memset(NodeBad, 0, n);
     std::memset(RowOff, 0, n);
     std::memset(RowInput, 0, n);
     std::memset(NodeDriver, 0, m * sizeof(CNodeDriver));
     std::memset(NodeLink, 0, m * sizeof(CNodeLink));
+    m_Written.clear();
+}
+
+// The sparse ways leave values and flags only where the stamps wrote, and in
+// column 0 of those rows (the row flags): a large circuit clears those and
+// leaves the rest of its n x n storage untouched, most of it never paged in.
+void CCalc::ClearWrittenEntries() {
+    const int n = m_Size;
+    for (const int32_t at : m_Written) {
+        const int i = at / n, j = at % n;
+        MatrixG[i][j] = MatrixC[i][j] = 0.0;
+        FlagG[i][j] = FlagC[i][j] = 0;
+        MatrixG[i][0] = MatrixC[i][0] = 0.0;
+        FlagG[i][0] = FlagC[i][0] = 0;
+    }
 }
 
 // What follows the stamps: the floating-group leak, the structure flags, the
@@ -86,7 +106,7 @@ void CCalc::LeakFloatingGroups() {
     for (int i = 1; i <= m_NodeCount; ++i) {
         const int group = NodeLink[i].group;
         if (group == 0) continue;
-        MatrixG[group][group] -= 10.0 * m_Zero;
+        EntryG(group, group) -= 10.0 * m_Zero;
         DissolveGroup(group);
     }
 }
@@ -95,24 +115,45 @@ void CCalc::LeakFloatingGroups() {
 bool CCalc::FillFlags() {
     const int n = m_Size;
     bool allRowsUsed = true;
+    if (UsesSparseTrap()) {
+        FillFlagsOfWritten();
+        for (int i = 1; i < n; ++i)
+            if (!RowOff[i] && !FlagG[i][0] && !FlagC[i][0]) allRowsUsed = false;
+        return allRowsUsed;
+    }
     for (int i = 1; i < n; ++i) {
         if (RowOff[i]) continue;
-        const double* g = MatrixG[i];
-        const double* c = MatrixC[i];
-        unsigned char* fg = FlagG[i];
-        unsigned char* fc = FlagC[i];
+        // Restricted pointers and local sums let the compiler mark many columns at once.
+        const double* __restrict g = MatrixG[i];
+        const double* __restrict c = MatrixC[i];
+        unsigned char* __restrict fg = FlagG[i];
+        unsigned char* __restrict fc = FlagC[i];
         unsigned char anyG = 0, anyC = 0;
         for (int j = 1; j < n; ++j) {
-            fg[j] = g[j] != 0.0;
-            fc[j] = c[j] != 0.0;
-            anyG |= fg[j];
-            anyC |= fc[j];
+            const unsigned char inG = g[j] != 0.0;
+            const unsigned char inC = c[j] != 0.0;
+            fg[j] = inG;
+            fc[j] = inC;
+            anyG |= inG;
+            anyC |= inC;
         }
         fg[0] = anyG;
         fc[0] = anyC;
         if (!anyG && !anyC) allRowsUsed = false;
     }
     return allRowsUsed;
+}
+
+// The flags were cleared with the matrices, and an entry nobody wrote is
+// still zero: only the written places can be marked.
+void CCalc::FillFlagsOfWritten() {
+    const int n = m_Size;
+    for (const int32_t at : m_Written) {
+        const int i = at / n, j = at % n;
+        if (i == 0 || j == 0 || RowOff[i]) continue;
+        if (MatrixG[i][j] != 0.0) FlagG[i][j] = FlagG[i][0] = 1;
+        if (MatrixC[i][j] != 0.0) FlagC[i][j] = FlagC[i][0] = 1;
+    }
 }
 
 // After PhaseFloat has put leaks into rows that had nothing.

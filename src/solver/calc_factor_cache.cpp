@@ -86,6 +86,7 @@ CFactorEntry CCalc::SaveTrapFactor(const CFactorKey& key) const {
 }
 
 void CCalc::RestoreTrapFactor(const CFactorEntry& entry) {
+    m_MatrixDirty = true;
     const int n = m_Size;
     std::memcpy(VecB, entry.b.data(), static_cast<size_t>(n) * sizeof(double));
     for (int i = 1; i < n; ++i) {

@@ -68,6 +68,10 @@ bool CCalc::StartRun() {
     m_StepNominal = m_StepFirstPrev = m_StepFirst = m_StepMin = m_StepBase;
     // A changed parameter or a new start: nothing kept may be taken again.
     m_FactorCache.Clear();
+    m_TrapSparse = false;
+    m_TrapLu = nullptr;
+    m_TrapLus.Clear();
+    m_SolveLus.Clear();
     for (int32_t& limit : m_IterLimit) limit = 10;
     m_Changes = 0;
     m_State = 1;
@@ -158,10 +162,14 @@ bool CCalc::AllocArrays() {
     if (m_Memory != 0) ReportMemory(-m_Memory);
     m_Memory = (18 * n + 67) * n + 80 * m;
     ReportMemory(m_Memory);
+    // Fresh storage is zero and nothing is written in it yet.
+    m_Written.clear();
+    m_MatrixDirty = false;
     return true;
 }
 
 void CCalc::FreeMatrices() {
+    m_Written.clear();
     std::free(m_MatrixBlock);
     std::free(MatrixG);
     std::free(MatrixC);

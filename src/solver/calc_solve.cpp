@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "solver/calc.h"
+#include "solver/flag_scan.h"
 
 namespace qz3 {
 
@@ -97,36 +98,89 @@ void CCalc::LoadDcRightSide() {
     }
 }
 
+// The flagged entries of the rows in the system, for SolveReal's walks.
+void CCalc::ListEntries() {
+    const int n = m_Size;
+    m_Entries.Begin(n);
+    for (int i = 1; i < n; ++i) {
+        if (RowOff[i]) continue;
+        ForEachFlag(FlagG[i], n, [&](int j) { m_Entries.Add(i, j); });
+    }
+}
+
+// FindPivotRow over the listed rows of column c: the greatest entry, the
+// first place among equal ones, and an exact 0 never.
+int CCalc::FindListedPivot(int c) const {
+    int best = 0;
+    double bestAbs = 0.0;
+    for (const int32_t id : m_Entries.RowsOf(c)) {
+        const int r = m_Entries.Place(id);
+        if (!TakesPartInColumn(r, c)) continue;
+        const double v = std::fabs(MatrixG[r][c]);
+        if (v > bestAbs || (v == bestAbs && v > 0.0 && r < best)) best = r, bestAbs = v;
+    }
+    return best;
+}
+
+// SubtractPivotRow over the listed columns of the pivot row; fill is listed.
+void CCalc::SubtractListedPivotRow(int r, int c, double m) {
+    const double* pivotRow = MatrixG[c];
+    const unsigned char* pivotFlags = FlagG[c];
+    double* row = MatrixG[r];
+    unsigned char* flags = FlagG[r];
+    const int rowId = m_Entries.Id(r);
+    for (const int32_t j : m_Entries.ColumnsOf(m_Entries.Id(c))) {
+        if (j <= c || RowOff[j] || !pivotFlags[j]) continue;
+        const double d = -(m * pivotRow[j]);
+        if (flags[j]) {
+            flags[j] = AddRound(&row[j], d);
+        } else {
+            row[j] = d;
+            flags[j] = 1;
+            m_Entries.Add(rowId, j);
+        }
+    }
+    row[c] = 0.0;
+    flags[c] = 0;
+}
+
 // Gauss-Jordan on the flagged entries of MatrixG with the right side in column 0.
 // Rows are exchanged by pointer, columns never, so x needs no permuting back.
 // On return VecX[i] = -(G^-1 r)[i]; NodeBad marks undetermined (1) and infinite (255).
+// The walks go through lists of the entries that exist; every entry sees the
+// same operations in the same order as in a walk of the whole rows.
 void CCalc::SolveReal() {
     const int n = m_Size;
     if (n < 1) return;
+    if (UsesSparseTrap() && SolveSparse()) return;
+    m_MatrixDirty = true;
     double** G = MatrixG;
     unsigned char** F = FlagG;
     for (int i = 1; i < n; ++i) G[i][0] = VecX[i];
+    ListEntries();
 
     for (int c = 1; c < n; ++c) {
         if (RowOff[c]) continue;
-        const int best = FindPivotRow(c);
+        const int best = FindListedPivot(c);
         if (best == 0) continue;
         if (best != c) {
             std::swap(G[best], G[c]);
             std::swap(F[best], F[c]);
+            m_Entries.SwapPlaces(best, c);
         }
         double* pivotRow = G[c];
         const double p = pivotRow[c];
         if (p != 1.0) {
-            for (int j = 1; j < n; ++j)
+            for (const int32_t j : m_Entries.ColumnsOf(m_Entries.Id(c)))
                 if (F[c][j]) pivotRow[j] /= p;
             pivotRow[c] = 1.0;
             pivotRow[0] /= p;
         }
-        for (int r = 1; r < n; ++r) {
+        for (const int32_t id : m_Entries.RowsOf(c)) {
+            const int r = m_Entries.Place(id);
             if (!TakesPartBelow(r, c)) continue;
             const double m = G[r][c];
-            SubtractPivotRow(r, c, m);
+            SubtractListedPivotRow(r, c, m);
             AddRound(&G[r][0], -pivotRow[0] * m);
         }
     }
@@ -153,11 +207,13 @@ void CCalc::SolveReal() {
             continue;
         }
         VecX[i] = -q;
-        for (int r = i - 1; r >= 1; --r) {
-            if (RowOff[r] || !F[r][i]) continue;
+        for (const int32_t id : m_Entries.RowsOf(i)) {
+            const int r = m_Entries.Place(id);
+            if (r >= i || RowOff[r] || !F[r][i]) continue;
             double* row = G[r];
             AddRound(&row[0], -row[i] * q);
             // Pass the dependence on an unknown that could not be found up to the rows leaning on i.
+            if (!anyBad) continue;
             for (int j = i + 1; j < n; ++j)
                 if (!RowOff[j] && NodeBad[j]) F[r][j] = AddRound(&row[j], -G[i][j] * row[i]);
         }

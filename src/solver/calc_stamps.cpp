@@ -17,20 +17,20 @@ bool CCalc::StampResistor(int a, int b, double R) {
         return false;
     }
     const double g = IsInfinite(R) ? 0.0 : 1.0 / R;
-    MatrixG[a][a] -= g;
-    MatrixG[a][b] += g;
-    MatrixG[b][a] += g;
-    MatrixG[b][b] -= g;
+    EntryG(a, a) -= g;
+    EntryG(a, b) += g;
+    EntryG(b, a) += g;
+    EntryG(b, b) -= g;
     return true;
 }
 
 // x_b - x_a = V; the branch current x_k leaves a and enters b.
 void CCalc::StampBranchVoltage(int a, int b, int k, double v) {
     if (a == b && v == 0.0) return;
-    MatrixG[a][k] += 1;
-    MatrixG[b][k] -= 1;
-    MatrixG[k][a] -= 1;
-    MatrixG[k][b] += 1;
+    EntryG(a, k) += 1;
+    EntryG(b, k) -= 1;
+    EntryG(k, a) -= 1;
+    EntryG(k, b) += 1;
     VecB[k] = -v;
 }
 
@@ -40,10 +40,10 @@ bool CCalc::StampVoltage(int a, int b, int k, double V) {
         SetError("Short circuit");
         return false;
     }
-    MatrixG[a][k] -= 1.0;
-    MatrixG[b][k] += 1.0;
-    MatrixG[k][a] -= 1.0;
-    MatrixG[k][b] += 1.0;
+    EntryG(a, k) -= 1.0;
+    EntryG(b, k) += 1.0;
+    EntryG(k, a) -= 1.0;
+    EntryG(k, b) += 1.0;
     VecB[k] = -V;
     return true;
 }
@@ -51,35 +51,35 @@ bool CCalc::StampVoltage(int a, int b, int k, double V) {
 // x_k = I, entering a.
 void CCalc::StampCurrent(int a, int b, int k, double I) {
     if (a != b) {
-        MatrixG[a][k] += 1.0;
-        MatrixG[b][k] -= 1.0;
+        EntryG(a, k) += 1.0;
+        EntryG(b, k) -= 1.0;
     }
-    MatrixG[k][k] = 1.0;
+    EntryG(k, k) = 1.0;
     VecB[k] = -I;
 }
 
 // x_k = I, leaving a.
 void CCalc::StampCurrentRev(int a, int b, int k, double I) {
     if (a != b) {
-        MatrixG[a][k] -= 1.0;
-        MatrixG[b][k] += 1.0;
+        EntryG(a, k) -= 1.0;
+        EntryG(b, k) += 1.0;
     }
-    MatrixG[k][k] = 1.0;
+    EntryG(k, k) = 1.0;
     VecB[k] = -I;
 }
 
 void CCalc::StampSwitch(int a, int b, int k, bool on) {
     if (!on) {
-        MatrixG[k][k] = 1.0;
+        EntryG(k, k) = 1.0;
         RowOff[k] = 1;
         return;
     }
     AddLink(1, a, b, 0, 0.0);
     if (a == b) return;
-    MatrixG[a][k] += 1.0;
-    MatrixG[b][k] -= 1.0;
-    MatrixG[k][a] -= 1.0;
-    MatrixG[k][b] += 1.0;
+    EntryG(a, k) += 1.0;
+    EntryG(b, k) -= 1.0;
+    EntryG(k, a) -= 1.0;
+    EntryG(k, b) += 1.0;
     VecB[k] = -0.0;
 }
 
@@ -87,42 +87,42 @@ void CCalc::StampSwitch(int a, int b, int k, bool on) {
 void CCalc::StampResistorBranch(int a, int b, int k, double R) {
     if (a == b || IsInfinite(R)) {
         if (a != b) {
-            MatrixG[a][k] += 1.0;
-            MatrixG[b][k] -= 1.0;
+            EntryG(a, k) += 1.0;
+            EntryG(b, k) -= 1.0;
         }
-        MatrixG[k][k] = 1.0;
+        EntryG(k, k) = 1.0;
         RowOff[k] = 1;
         return;
     }
-    MatrixG[a][k] += 1.0;
-    MatrixG[b][k] -= 1.0;
+    EntryG(a, k) += 1.0;
+    EntryG(b, k) -= 1.0;
     if (R == 0.0) {
-        MatrixG[k][a] -= 1.0;
-        MatrixG[k][b] += 1.0;
+        EntryG(k, a) -= 1.0;
+        EntryG(k, b) += 1.0;
         return;
     }
-    MatrixG[k][a] -= 1.0 / R;
-    MatrixG[k][b] += 1.0 / R;
-    MatrixG[k][k] = -1.0;
+    EntryG(k, a) -= 1.0 / R;
+    EntryG(k, b) += 1.0 / R;
+    EntryG(k, k) = -1.0;
 }
 
 // An infinite gain is the ideal amplifier: the row forces x_c = x_d.
 bool CCalc::StampVCVS(int a, int b, int c, int d, int k, double A) {
     if (IsInfinite(A)) {
         if (a != b) {
-            MatrixG[a][k] -= 1.0;
-            MatrixG[b][k] += 1.0;
+            EntryG(a, k) -= 1.0;
+            EntryG(b, k) += 1.0;
         }
         if (c != d) {
-            MatrixG[k][c] += 1.0;
-            MatrixG[k][d] -= 1.0;
+            EntryG(k, c) += 1.0;
+            EntryG(k, d) -= 1.0;
         }
         return true;
     }
     if (!StampVoltage(a, b, k, 0.0)) return false;
     if (c != d) {
-        MatrixG[k][c] += A;
-        MatrixG[k][d] -= A;
+        EntryG(k, c) += A;
+        EntryG(k, d) -= A;
     }
     return true;
 }
@@ -131,48 +131,48 @@ bool CCalc::StampVCVS(int a, int b, int c, int d, int k, double A) {
 bool CCalc::StampCCVS(int a, int b, int k, int j, double r) {
     if (IsInfinite(r)) {
         if (a != b) {
-            MatrixG[a][k] -= 1.0;
-            MatrixG[b][k] += 1.0;
+            EntryG(a, k) -= 1.0;
+            EntryG(b, k) += 1.0;
         }
-        MatrixG[k][j] -= 1.0;
+        EntryG(k, j) -= 1.0;
         return true;
     }
     if (!StampVoltage(a, b, k, 0.0)) return false;
-    MatrixG[k][j] -= r;
+    EntryG(k, j) -= r;
     return true;
 }
 
 void CCalc::StampCCCS(int a, int b, int k, int j, double A) {
     if (a != b) {
-        MatrixG[a][k] -= 1.0;
-        MatrixG[b][k] += 1.0;
+        EntryG(a, k) -= 1.0;
+        EntryG(b, k) += 1.0;
     }
     if (IsInfinite(A)) {
-        MatrixG[k][j] = -1.0;
+        EntryG(k, j) = -1.0;
         return;
     }
-    MatrixG[k][k] = 1.0;
+    EntryG(k, k) = 1.0;
     VecB[k] = -0.0;
-    MatrixG[k][j] -= A;
+    EntryG(k, j) -= A;
 }
 
 void CCalc::StampVCCS(int a, int b, int c, int d, int k, double A) {
     if (a != b) {
-        MatrixG[a][k] -= 1.0;
-        MatrixG[b][k] += 1.0;
+        EntryG(a, k) -= 1.0;
+        EntryG(b, k) += 1.0;
     }
     if (IsInfinite(A)) {
         if (c != d) {
-            MatrixG[k][c] += 1.0;
-            MatrixG[k][d] -= 1.0;
+            EntryG(k, c) += 1.0;
+            EntryG(k, d) -= 1.0;
         }
         return;
     }
-    MatrixG[k][k] = 1.0;
+    EntryG(k, k) = 1.0;
     VecB[k] = -0.0;
     if (c != d) {
-        MatrixG[k][c] += A;
-        MatrixG[k][d] -= A;
+        EntryG(k, c) += A;
+        EntryG(k, d) -= A;
     }
 }
 
@@ -182,20 +182,20 @@ void CCalc::StampDiode(int a, int b, int k, bool on, double V, bool keepLeak) {
     if (on && !IsInfinite(V)) {
         AddLink(V == 0.0 ? 1 : 2, a, b, 0, V);
         if (a == b && V == 0.0) return;
-        MatrixG[a][k] += 1.0;
-        MatrixG[b][k] -= 1.0;
-        MatrixG[k][a] -= 1.0;
-        MatrixG[k][b] += 1.0;
+        EntryG(a, k) += 1.0;
+        EntryG(b, k) -= 1.0;
+        EntryG(k, a) -= 1.0;
+        EntryG(k, b) += 1.0;
         VecB[k] = -V;
         return;
     }
-    MatrixG[k][k] = 1.0;
+    EntryG(k, k) = 1.0;
     if (!keepLeak && !m_Leaky) {
         RowOff[k] = 1;
         return;
     }
-    MatrixG[k][a] += 10.0 * m_Zero;
-    MatrixG[k][b] -= 10.0 * m_Zero;
+    EntryG(k, a) += 10.0 * m_Zero;
+    EntryG(k, b) -= 10.0 * m_Zero;
 }
 
 bool CCalc::SetOutput(int node, int k, bool fixed, double value) {
@@ -206,7 +206,7 @@ bool CCalc::SetOutput(int node, int k, bool fixed, double value) {
     double* row = MatrixG[node];
     if (fixed) {
         for (int j = 0; j < m_Size; ++j) row[j] = 0.0;
-        row[node] = 1.0;
+        EntryG(node, node) = 1.0;
         VecB[node] = -value;
         AddLink(2, 0, node, 0, value);
         return true;
@@ -218,7 +218,7 @@ bool CCalc::SetOutput(int node, int k, bool fixed, double value) {
         return true;
     }
     for (int j = 0; j < m_Size; ++j) row[j] = 0.0;
-    row[node] = 1.0;
+    EntryG(node, node) = 1.0;
     VecB[node] = 0.0;
     RowInput[node] = 1;
     AddLink(3, 0, node, node, 0.0);
@@ -227,7 +227,7 @@ bool CCalc::SetOutput(int node, int k, bool fixed, double value) {
 
 void CCalc::ClearRow(int i) {
     if (i <= 0 || i >= m_Size) return;
-    for (int j = 0; j < m_Size; ++j) MatrixG[i][j] = MatrixC[i][j] = 0.0;
+    for (int j = 0; j < m_Size; ++j) MatrixG[i][j] = MatrixC[i][j] = 0.0;  // zeros need no flags
     VecB[i] = 0.0;
 }
 

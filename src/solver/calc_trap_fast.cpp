@@ -7,10 +7,19 @@ namespace qz3 {
 // Eliminates A = G + 2C/h once for the nominal step. Afterwards MatrixC holds
 // -A^-1 * (4C/h), extended by the columns of RowInput, and VecB holds A^-1 * 2B;
 // that stays right for as long as neither h nor any element state changes.
-// A system met before in this run is taken from the cache instead.
+// A system met before in this run is taken from the cache instead. A large
+// circuit keeps sparse factors of A instead (calc_trap_sparse.cpp).
 bool CCalc::FactorTrap() {
     m_Integrating = 1;
     if (!Assemble()) return false;
+    m_TrapSparse = false;
+    if (UsesSparseTrap()) {
+        PrepareTrapMatrices();
+        m_TrapSparse = FactorTrapSparse();
+        if (!m_TrapSparse) EliminateTrap();
+        ++m_FactorCount;
+        return true;
+    }
     const bool caching = m_FactorCache.Budget() > 0;
     const CFactorKey key = caching ? TrapFactorKey() : CFactorKey{};
     if (const CFactorEntry* kept = caching ? m_FactorCache.Find(key) : nullptr) {
@@ -45,7 +54,7 @@ void CCalc::PrepareTrapMatrices() {
         }
         // An input unknown carries E0 + E1 through its own column of the product.
         if (RowInput[i]) {
-            c[i] = 1.0;
+            EntryC(i, i) = 1.0;
             FlagC[i][i] = 1;
             FlagC[i][0] = 1;
         }
@@ -55,6 +64,7 @@ void CCalc::PrepareTrapMatrices() {
 // The elimination of SolveReal, with every row operation applied to MatrixC
 // and VecB as well, and a backward pass that clears above the diagonal.
 void CCalc::EliminateTrap() {
+    m_MatrixDirty = true;
     const int n = m_Size;
     double** G = MatrixG;
     unsigned char** F = FlagG;
@@ -112,7 +122,10 @@ void CCalc::ScaleTrapRow(int c) {
 bool CCalc::StepTrapFast() {
     m_Integrating = 1;
     if (!RunPhase(PhaseSources, m_Time + m_Step)) return false;
-    TrapFastProduct();
+    if (m_TrapSparse)
+        TrapSparseSolve();
+    else
+        TrapFastProduct();
     return ResolveLinks();
 }
 

@@ -1,0 +1,43 @@
+#include "solver/sparse_lu_set.h"
+
+namespace qz3 {
+
+namespace {
+
+uint64_t PatternHash(const CSparseColumns& a) {
+    uint64_t h = 0x9e3779b97f4a7c15ull ^ static_cast<uint64_t>(a.n);
+    const auto mix = [&h](uint64_t v) {
+        h ^= v + 0x9e3779b97f4a7c15ull + (h << 6) + (h >> 2);
+        h *= 0xff51afd7ed558ccdull;
+    };
+    for (const int32_t s : a.start) mix(static_cast<uint32_t>(s));
+    for (const int32_t r : a.row) mix(static_cast<uint32_t>(r));
+    return h;
+}
+
+}  // namespace
+
+const CSparseLu* CSparseLuSet::Update(const CSparseColumns& a, double tiny) {
+    const uint64_t hash = PatternHash(a);
+    for (auto it = m_Entries.begin(); it != m_Entries.end(); ++it) {
+        if (it->hash != hash) continue;
+        m_Entries.splice(m_Entries.begin(), m_Entries, it);
+        CSparseLu& lu = m_Entries.front().lu;
+        // Refactor compares the whole pattern, so a clash of hashes costs a factorisation, never a wrong one.
+        if (lu.Refactor(a, tiny)) return &lu;
+        ++m_FullCount;
+        if (lu.Factor(a, tiny)) return &lu;
+        m_Entries.pop_front();
+        return nullptr;
+    }
+    m_Entries.push_front(CEntry{hash, CSparseLu{}});
+    ++m_FullCount;
+    if (!m_Entries.front().lu.Factor(a, tiny)) {
+        m_Entries.pop_front();
+        return nullptr;
+    }
+    while (m_Entries.size() > m_Capacity) m_Entries.pop_back();
+    return &m_Entries.front().lu;
+}
+
+}  // namespace qz3

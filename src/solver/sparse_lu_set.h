@@ -1,0 +1,41 @@
+// Sparse factorisations kept by pattern.
+//
+// A converter's matrix takes one of a few patterns, one per combination of
+// switch states, and comes back to each of them period after period. Each
+// pattern keeps its own factors here: the pivot order and the patterns of L
+// and U found once, and the next matrix of that pattern only refactored. The
+// least recently used pattern goes when the set is full.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+
+#include "solver/sparse_lu.h"
+
+namespace qz3 {
+
+class CSparseLuSet {
+public:
+    static constexpr size_t kDefaultCapacity = 32;
+
+    // The factors of a, refactored from its pattern's entry or factored anew;
+    // null when a is singular to within tiny. The pointer holds until the next
+    // Update or Clear.
+    const CSparseLu* Update(const CSparseColumns& a, double tiny);
+    void Clear() { m_Entries.clear(); }
+    int Count() const { return static_cast<int>(m_Entries.size()); }
+    // Factorisations that had to choose pivot order and patterns anew.
+    int64_t FullFactorisations() const { return m_FullCount; }
+
+private:
+    struct CEntry {
+        uint64_t hash;
+        CSparseLu lu;
+    };
+    std::list<CEntry> m_Entries;  // most recently used first
+    size_t m_Capacity = kDefaultCapacity;
+    int64_t m_FullCount = 0;
+};
+
+}  // namespace qz3
