@@ -55,6 +55,25 @@ TEST(Cmps, SortPutsNumbersInOrderLabelsThenVariablesLast) {
                 R"x(<Cmp type="C_C" name="C1" /><Cmp type="var" name="b" />)x");
     ASSERT_TRUE(list.Load(&file.node));
     EXPECT_EQ(Names(list), "C1,R2,R10,Z,r2,L1,A,b");
+
+    // Equal names keep their file order; a long list in reverse comes out in
+    // numeric order.
+    CCmps equal(nullptr);
+    Parsed same(R"x(<Cmp type="R_R" name="N" r="1" /><Cmp type="C_C" name="A" /><Cmp type="R_R" name="N" r="2" />)x"
+                R"x(<Cmp type="R_R" name="N" r="3" />)x");
+    ASSERT_TRUE(equal.Load(&same.node));
+    std::string order;
+    for (int i = 1; i < equal.Count(); ++i) order += equal.At(i)->ParamTable()->GetText() + ",";
+    EXPECT_EQ(Names(equal), "A,N,N,N");
+    EXPECT_EQ(order, "1,2,3,");
+
+    CCmps reversed(nullptr);
+    std::string text, expected;
+    for (int k = 300; k >= 1; --k) text += "<Cmp type=\"R_R\" name=\"R" + std::to_string(k) + "\" />";
+    for (int k = 1; k <= 300; ++k) expected += (k > 1 ? ",R" : "R") + std::to_string(k);
+    Parsed many(text);
+    ASSERT_TRUE(reversed.Load(&many.node));
+    EXPECT_EQ(Names(reversed), expected);
 }
 
 TEST(Cmps, LoaderReportsUnknownTypesModelsAndEmptyNames) {
