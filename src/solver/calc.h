@@ -35,6 +35,7 @@
 #include "solver/error_mark.h"
 #include "solver/entry_lists.h"
 #include "solver/factor_cache.h"
+#include "solver/row_store.h"
 #include "solver/sparse_lu.h"
 #include "solver/sparse_lu_set.h"
 #include "xml/settings.h"
@@ -132,20 +133,27 @@ public:
     void SetG(int i, int j, double value) override { EntryG(i, j) = value; }
     void AddC(int i, int j, double value) override { EntryC(i, j) += value; }
     void SetC(int i, int j, double value) override { EntryC(i, j) = value; }
-    // Every stamp writes through these, so that a large circuit's flags are
-    // found from the entries written instead of a walk of all n x n.
+    // Every stamp writes through these: a large circuit keeps its entries in
+    // the row store, a small one in the n x n matrices. Row 0 and column 0
+    // hold nothing a solve reads; a large circuit drops what is written there.
     double& EntryG(int i, int j) {
-        m_WrittenSorted = false;
-        m_Written.push_back(i * m_Size + j);
-        return MatrixG[i][j];
+        if (!UsesSparseTrap()) return MatrixG[i][j];
+        if (i <= 0 || j <= 0) return Discard();
+        return m_Rows.At(i, j).g;
     }
     double& EntryC(int i, int j) {
-        m_WrittenSorted = false;
-        m_Written.push_back(i * m_Size + j);
-        return MatrixC[i][j];
+        if (!UsesSparseTrap()) return MatrixC[i][j];
+        if (i <= 0 || j <= 0) return Discard();
+        return m_Rows.At(i, j).c;
+    }
+    double& Discard() {
+        m_Discard = 0.0;
+        return m_Discard;
     }
     void SetB(int i, double value) override { VecB[i] = value; }
     void ClearRow(int i) override;
+    // Zeros row i of G, of C, or of both.
+    void ClearRowOf(int i, bool g, bool c);
     bool SetOutput(int node, int k, bool fixed, double value) override;
     void SetSource(int i, double value) override;
     void SetLogicOutput(int i, int level) override;
@@ -153,7 +161,9 @@ public:
     void MarkInputRow(int k) override { RowInput[k] = 1; }
     bool ClaimOutput(int node, CCmp* cmp, int pin) override;
     bool AddWithSnap(double* a, double d) const override { return AddRound(a, d); }
-    bool RowHasEntries(int i) const override { return FlagG[i][0] != 0; }
+    bool RowHasEntries(int i) const override {
+        return (UsesSparseTrap() ? m_Rows.AnyG(i) : FlagG[i][0]) != 0;
+    }
     void RequestJump() override { m_JumpRequest = true; }
     std::string ZTransformText() const override;
     void AskBreak(double t) override;
@@ -172,13 +182,24 @@ public:
     // ---- assembly (calc_assemble.cpp)
     bool Assemble();
     void ClearMatrices();
-    void ClearWrittenEntries();
     bool FinishAssembly();
     void InitNodeGroups();
     void JoinPinGroups(const int* nodes, const int* pinGroups, int pinCount);
     void LeakFloatingGroups();
     bool FillFlags();
-    void FillFlagsOfWritten();
+    bool FillRowFlags();
+    // The row flags (column 0 of FlagG and FlagC in the dense storage).
+    unsigned char& RowFlagG(int i) { return UsesSparseTrap() ? m_Rows.AnyG(i) : FlagG[i][0]; }
+    unsigned char& RowFlagC(int i) { return UsesSparseTrap() ? m_Rows.AnyC(i) : FlagC[i][0]; }
+    // Calls visit(j, g, c, flagG, flagC) with references to each entry of row i
+    // that may hold something, in rising columns (calc_entries.h).
+    template <class Visit>
+    void ForEachEntry(int i, Visit&& visit);
+    // Sets an entry of C together with its flags.
+    void SetFlaggedC(int i, int j, double value);
+    // A large circuit's entries copied into the n x n storage, for the ways
+    // that work on whole rows: a system the sparse factors find singular, AC.
+    void DensifyRows();
     void RescanEmptyRows();
 
     // ---- linear solve (calc_solve.cpp; the trapezoidal factorisation in calc_trap_fast.cpp)
@@ -203,7 +224,7 @@ public:
     // sparse one takes two thirds of the time, and below 48 the whole-row
     // walks are as quick and keep the exact dense arithmetic.
     static constexpr int kSparseTrapMinSize = 48;
-    bool UsesSparseTrap() const;
+    bool UsesSparseTrap() const { return m_Size >= m_SparseTrapMinSize; }
     bool FactorTrapSparse();
     void CollectSystemColumns(CSparseColumns& a);
     template <class Visit>
@@ -402,14 +423,14 @@ public:
     std::vector<double> m_SolveRight;
     std::vector<int32_t> m_TrapCStart, m_TrapCColumn;
     std::vector<double> m_TrapCValue, m_TrapB, m_TrapRight;
-    // The places (i * n + j) written since the matrices were cleared, repeats
-    // and all; a large circuit's flags are set from them.
-    std::vector<int32_t> m_Written;
-    // Something wrote outside the written places since the last clear (the
-    // fill of an elimination, exchanged rows, a kept factorisation put back):
-    // the next clear of a large circuit is a whole one. Fresh storage is zero.
+    // The entries of a large circuit (see EntryG), and where writes to row 0
+    // and column 0 go.
+    CRowStore m_Rows;
+    double m_Discard = 0.0;
+    // The n x n storage holds something: a small circuit's matrices, or a
+    // large circuit's copy once a dense way has used it. Fresh storage is zero,
+    // and a large circuit that never needs the dense ways never touches it.
     bool m_MatrixDirty = false;
-    bool m_WrittenSorted = false;  // m_Written is sorted and each place is in it once
     // The entries SolveReal walks, by row and by column.
     CEntryLists m_Entries;
     bool m_Leaky = false;

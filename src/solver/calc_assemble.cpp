@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "solver/calc.h"
+#include "solver/calc_entries.h"
 
 namespace qz3 {
 
@@ -17,13 +18,13 @@ bool CCalc::Assemble() {
 void CCalc::ClearMatrices() {
     const size_t n = static_cast<size_t>(m_Size);
     const size_t m = static_cast<size_t>(m_Total);
-    if (UsesSparseTrap() && !m_MatrixDirty) {
-        ClearWrittenEntries();
+    if (UsesSparseTrap()) {
+        m_Rows.Clear();
     } else {
         std::memset(m_MatrixBlock, 0, 2 * n * n * sizeof(double));
         std::memset(m_FlagBlock, 0, 2 * n * n);
+        m_MatrixDirty = false;
     }
-    m_MatrixDirty = false;
     std::memset(VecE, 0, n * sizeof(double));
     std::memset(VecEIm, 0, n * sizeof(double));
     std::memset(VecB, 0, n * sizeof(double));
@@ -32,21 +33,6 @@ void CCalc::ClearMatrices() {
     std::memset(RowInput, 0, n);
     std::memset(NodeDriver, 0, m * sizeof(CNodeDriver));
     std::memset(NodeLink, 0, m * sizeof(CNodeLink));
-    m_Written.clear();
-}
-
-// The sparse ways leave values and flags only where the stamps wrote, and in
-// column 0 of those rows (the row flags): a large circuit clears those and
-// leaves the rest of its n x n storage untouched, most of it never paged in.
-void CCalc::ClearWrittenEntries() {
-    const int n = m_Size;
-    for (const int32_t at : m_Written) {
-        const int i = at / n, j = at % n;
-        MatrixG[i][j] = MatrixC[i][j] = 0.0;
-        FlagG[i][j] = FlagC[i][j] = 0;
-        MatrixG[i][0] = MatrixC[i][0] = 0.0;
-        FlagG[i][0] = FlagC[i][0] = 0;
-    }
 }
 
 // What follows the stamps: the floating-group leak, the structure flags, the
@@ -113,14 +99,9 @@ void CCalc::LeakFloatingGroups() {
 
 // Marks the structure; false when some row is left without any entry.
 bool CCalc::FillFlags() {
+    if (UsesSparseTrap()) return FillRowFlags();
     const int n = m_Size;
     bool allRowsUsed = true;
-    if (UsesSparseTrap()) {
-        FillFlagsOfWritten();
-        for (int i = 1; i < n; ++i)
-            if (!RowOff[i] && !FlagG[i][0] && !FlagC[i][0]) allRowsUsed = false;
-        return allRowsUsed;
-    }
     for (int i = 1; i < n; ++i) {
         if (RowOff[i]) continue;
         // Restricted pointers and local sums let the compiler mark many columns at once.
@@ -144,31 +125,35 @@ bool CCalc::FillFlags() {
     return allRowsUsed;
 }
 
-// The flags were cleared with the matrices, and an entry nobody wrote is
-// still zero: only the written places can be marked.
-void CCalc::FillFlagsOfWritten() {
-    const int n = m_Size;
-    for (const int32_t at : m_Written) {
-        const int i = at / n, j = at % n;
-        if (i == 0 || j == 0 || RowOff[i]) continue;
-        if (MatrixG[i][j] != 0.0) FlagG[i][j] = FlagG[i][0] = 1;
-        if (MatrixC[i][j] != 0.0) FlagC[i][j] = FlagC[i][0] = 1;
+// The dense marking, entry by entry: rows out of the system keep no flags.
+bool CCalc::FillRowFlags() {
+    for (const int32_t i : m_Rows.WrittenRows()) {
+        const bool off = RowOff[i] != 0;
+        unsigned char anyG = 0, anyC = 0;
+        for (CRowEntry& e : m_Rows.Row(i)) {
+            e.flagG = !off && e.g != 0.0;
+            e.flagC = !off && e.c != 0.0;
+            anyG |= e.flagG;
+            anyC |= e.flagC;
+        }
+        m_Rows.AnyG(i) = anyG;
+        m_Rows.AnyC(i) = anyC;
     }
+    for (int i = 1; i < m_Size; ++i)
+        if (!RowOff[i] && !m_Rows.AnyG(i) && !m_Rows.AnyC(i)) return false;
+    return true;
 }
 
 // After PhaseFloat has put leaks into rows that had nothing.
 void CCalc::RescanEmptyRows() {
-    const int n = m_Size;
-    for (int i = 1; i < n; ++i) {
-        if (RowOff[i] || FlagG[i][0]) continue;
-        const double* g = MatrixG[i];
-        unsigned char* fg = FlagG[i];
+    for (int i = 1; i < m_Size; ++i) {
+        if (RowOff[i] || RowFlagG(i)) continue;
         unsigned char any = 0;
-        for (int j = 1; j < n; ++j) {
-            fg[j] = g[j] != 0.0;
-            any |= fg[j];
-        }
-        fg[0] = any;
+        ForEachEntry(i, [&](int, double& g, double&, unsigned char& fg, unsigned char&) {
+            fg = g != 0.0;
+            any |= fg;
+        });
+        RowFlagG(i) = any;
     }
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "solver/calc.h"
+#include "solver/calc_entries.h"
 
 namespace qz3 {
 
@@ -19,17 +20,15 @@ bool CCalc::StepEuler() {
         if (RowOff[i]) continue;
         double r = VecE[i];
         AddRound(&r, VecB[i]);
-        if (FlagC[i][0]) {
-            const double* c = MatrixC[i];
-            double* g = MatrixG[i];
-            unsigned char* fg = FlagG[i];
-            for (int j = 1; j < n; ++j) {
-                if (RowOff[j] || !FlagC[i][j]) continue;
-                const double cj = c[j] / h;
+        if (RowFlagC(i)) {
+            unsigned char& anyG = RowFlagG(i);
+            ForEachEntry(i, [&](int j, double& g, double& c, unsigned char& fg, unsigned char& fc) {
+                if (RowOff[j] || !fc) return;
+                const double cj = c / h;
                 AddRound(&r, -cj * p[j]);
-                fg[j] = AddRound(&g[j], cj);
-                fg[0] |= fg[j];
-            }
+                fg = AddRound(&g, cj);
+                anyG |= fg;
+            });
         }
         VecX[i] = r;
     }
@@ -58,23 +57,20 @@ void CCalc::LoadTrapRightSide() {
         const double s = VecEPrev[i] + VecE[i] + 2.0 * VecB[i];
         double pos = s >= 0.0 ? s : 0.0;
         double neg = s < 0.0 ? s : 0.0;
-        double* g = MatrixG[i];
-        const double* c = MatrixC[i];
-        unsigned char* fg = FlagG[i];
-        const unsigned char* fc = FlagC[i];
-        for (int j = 1; j < n; ++j) {
-            if (RowOff[j] || !(fg[j] || fc[j])) continue;
+        unsigned char& anyG = RowFlagG(i);
+        ForEachEntry(i, [&](int j, double& g, double& c, unsigned char& fg, unsigned char& fc) {
+            if (RowOff[j] || !(fg || fc)) return;
             double d;
-            if (fc[j]) {
-                const double cj = w * c[j];
-                d = (g[j] - cj) * p[j];
-                fg[j] = AddRound(&g[j], cj);
-                fg[0] |= fg[j];
+            if (fc) {
+                const double cj = w * c;
+                d = (g - cj) * p[j];
+                fg = AddRound(&g, cj);
+                anyG |= fg;
             } else {
-                d = g[j] * p[j];
+                d = g * p[j];
             }
             (d >= 0.0 ? pos : neg) += d;
-        }
+        });
         VecX[i] = pos;
         AddRound(&VecX[i], neg);
     }

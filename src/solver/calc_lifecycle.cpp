@@ -163,13 +163,13 @@ bool CCalc::AllocArrays() {
     m_Memory = (18 * n + 67) * n + 80 * m;
     ReportMemory(m_Memory);
     // Fresh storage is zero and nothing is written in it yet.
-    m_Written.clear();
+    m_Rows.Reset(static_cast<int>(n));
     m_MatrixDirty = false;
     return true;
 }
 
 void CCalc::FreeMatrices() {
-    m_Written.clear();
+    m_Rows.Reset(0);
     std::free(m_MatrixBlock);
     std::free(MatrixG);
     std::free(MatrixC);

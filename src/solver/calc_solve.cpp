@@ -152,7 +152,10 @@ void CCalc::SubtractListedPivotRow(int r, int c, double m) {
 void CCalc::SolveReal() {
     const int n = m_Size;
     if (n < 1) return;
-    if (UsesSparseTrap() && SolveSparse()) return;
+    if (UsesSparseTrap()) {
+        if (SolveSparse()) return;
+        DensifyRows();
+    }
     m_MatrixDirty = true;
     double** G = MatrixG;
     unsigned char** F = FlagG;

@@ -6,9 +6,33 @@
 // regular: a column whose pivot is rounding noise against its column (m_Zero,
 // the threshold of the snaps) sends the solve to Gauss-Jordan, which marks the
 // free and the infinite unknowns in NodeBad exactly as it always has.
+#include <cstring>
+
 #include "solver/calc.h"
 
 namespace qz3 {
+
+// The n x n storage is calloc'ed untouched: a large circuit pays for its pages
+// only from the first time a dense way needs them. Column 0 is left to the
+// dense ways, which keep the right side there, except for the row flags.
+void CCalc::DensifyRows() {
+    const size_t n = static_cast<size_t>(m_Size);
+    if (m_MatrixDirty) {
+        std::memset(m_MatrixBlock, 0, 2 * n * n * sizeof(double));
+        std::memset(m_FlagBlock, 0, 2 * n * n);
+    }
+    m_MatrixDirty = true;
+    for (const int32_t i : m_Rows.WrittenRows()) {
+        for (const CRowEntry& e : m_Rows.Row(i)) {
+            MatrixG[i][e.column] = e.g;
+            MatrixC[i][e.column] = e.c;
+            FlagG[i][e.column] = e.flagG;
+            FlagC[i][e.column] = e.flagC;
+        }
+        FlagG[i][0] = m_Rows.AnyG(i);
+        FlagC[i][0] = m_Rows.AnyC(i);
+    }
+}
 
 // False, with nothing changed, when the system is singular to within m_Zero.
 bool CCalc::SolveSparse() {

@@ -203,9 +203,8 @@ bool CCalc::SetOutput(int node, int k, bool fixed, double value) {
         VecX[node] = value;
         return true;
     }
-    double* row = MatrixG[node];
     if (fixed) {
-        for (int j = 0; j < m_Size; ++j) row[j] = 0.0;
+        ClearRowOf(node, true, false);
         EntryG(node, node) = 1.0;
         VecB[node] = -value;
         AddLink(2, 0, node, 0, value);
@@ -217,7 +216,7 @@ bool CCalc::SetOutput(int node, int k, bool fixed, double value) {
         AddLink(3, 0, node, k, 0.0);
         return true;
     }
-    for (int j = 0; j < m_Size; ++j) row[j] = 0.0;
+    ClearRowOf(node, true, false);
     EntryG(node, node) = 1.0;
     VecB[node] = 0.0;
     RowInput[node] = 1;
@@ -227,8 +226,23 @@ bool CCalc::SetOutput(int node, int k, bool fixed, double value) {
 
 void CCalc::ClearRow(int i) {
     if (i <= 0 || i >= m_Size) return;
-    for (int j = 0; j < m_Size; ++j) MatrixG[i][j] = MatrixC[i][j] = 0.0;  // zeros need no flags
+    ClearRowOf(i, true, true);
     VecB[i] = 0.0;
+}
+
+// Zeros need no flags: the flags are marked from the values after the stamps.
+void CCalc::ClearRowOf(int i, bool g, bool c) {
+    if (UsesSparseTrap()) {
+        for (CRowEntry& e : m_Rows.Row(i)) {
+            if (g) e.g = 0.0;
+            if (c) e.c = 0.0;
+        }
+        return;
+    }
+    for (int j = 0; j < m_Size; ++j) {
+        if (g) MatrixG[i][j] = 0.0;
+        if (c) MatrixC[i][j] = 0.0;
+    }
 }
 
 void CCalc::SetSource(int i, double value) {

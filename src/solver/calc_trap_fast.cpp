@@ -1,6 +1,7 @@
 #include <utility>
 
 #include "solver/calc.h"
+#include "solver/calc_entries.h"
 
 namespace qz3 {
 
@@ -16,7 +17,10 @@ bool CCalc::FactorTrap() {
     if (UsesSparseTrap()) {
         PrepareTrapMatrices();
         m_TrapSparse = FactorTrapSparse();
-        if (!m_TrapSparse) EliminateTrap();
+        if (!m_TrapSparse) {
+            DensifyRows();
+            EliminateTrap();
+        }
         ++m_FactorCount;
         return true;
     }
@@ -40,25 +44,33 @@ void CCalc::PrepareTrapMatrices() {
     for (int i = 1; i < n; ++i) {
         if (RowOff[i]) continue;
         VecB[i] *= 2.0;
-        double* c = MatrixC[i];
-        double* g = MatrixG[i];
-        if (FlagC[i][0]) {
-            for (int j = 1; j < n; ++j) {
-                if (RowOff[j] || !FlagC[i][j]) continue;
-                const double v = w * c[j];
-                c[j] = -2.0 * v;
-                AddRound(&g[j], v);
-                FlagG[i][j] = 1;
-                FlagG[i][0] = 1;
-            }
+        if (RowFlagC(i)) {
+            unsigned char& anyG = RowFlagG(i);
+            ForEachEntry(i, [&](int j, double& g, double& c, unsigned char& fg, unsigned char& fc) {
+                if (RowOff[j] || !fc) return;
+                const double v = w * c;
+                c = -2.0 * v;
+                AddRound(&g, v);
+                fg = 1;
+                anyG = 1;
+            });
         }
         // An input unknown carries E0 + E1 through its own column of the product.
-        if (RowInput[i]) {
-            EntryC(i, i) = 1.0;
-            FlagC[i][i] = 1;
-            FlagC[i][0] = 1;
-        }
+        if (RowInput[i]) SetFlaggedC(i, i, 1.0);
     }
+}
+
+void CCalc::SetFlaggedC(int i, int j, double value) {
+    if (UsesSparseTrap()) {
+        CRowEntry& e = m_Rows.At(i, j);
+        e.c = value;
+        e.flagC = 1;
+        m_Rows.AnyC(i) = 1;
+        return;
+    }
+    MatrixC[i][j] = value;
+    FlagC[i][j] = 1;
+    FlagC[i][0] = 1;
 }
 
 // The elimination of SolveReal, with every row operation applied to MatrixC

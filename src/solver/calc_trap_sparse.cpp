@@ -14,11 +14,8 @@
 #include <algorithm>
 
 #include "solver/calc.h"
-#include "solver/flag_scan.h"
 
 namespace qz3 {
-
-bool CCalc::UsesSparseTrap() const { return m_Size >= m_SparseTrapMinSize; }
 
 // After PrepareTrapMatrices: false when the system is singular to within m_Zero.
 bool CCalc::FactorTrapSparse() {
@@ -29,7 +26,7 @@ bool CCalc::FactorTrapSparse() {
 }
 
 // Numbers the unknowns in the system (the rows not out of it) and copies the
-// flagged entries of MatrixG over them by columns.
+// flagged entries of G over them by columns.
 void CCalc::CollectSystemColumns(CSparseColumns& a) {
     const int n = m_Size;
     m_SparseSlot.assign(static_cast<size_t>(n), -1);
@@ -44,47 +41,29 @@ void CCalc::CollectSystemColumns(CSparseColumns& a) {
     // Count per column, then place.
     std::vector<int32_t>& count = a.start;
     count.assign(static_cast<size_t>(size) + 1, 0);
-    ForEachSystemEntry([&](int, int j) { ++count[m_SparseSlot[j] + 1]; });
+    ForEachSystemEntry([&](int, int j, double) { ++count[m_SparseSlot[j] + 1]; });
     for (int s = 0; s < size; ++s) count[s + 1] += count[s];
     a.row.assign(static_cast<size_t>(count[size]), 0);
     a.value.assign(static_cast<size_t>(count[size]), 0.0);
     m_SparseFill.assign(count.begin(), count.end() - 1);
-    ForEachSystemEntry([&](int i, int j) {
+    ForEachSystemEntry([&](int i, int j, double g) {
         const int32_t at = m_SparseFill[m_SparseSlot[j]]++;
         a.row[at] = m_SparseSlot[i];
-        a.value[at] = MatrixG[i][j];
+        a.value[at] = g;
     });
 }
 
-// Calls visit(i, j) for each flagged entry of MatrixG in a row and a column
-// of the system, row by row. While no dense elimination has filled the
-// matrices, entries exist only where the stamps wrote: the log of those
-// places is walked (sorted, each place once) instead of all n x n flags.
+// Calls visit(i, j, g) for each flagged entry of G in a row and a column of
+// the system, row by row and in rising columns.
 template <class Visit>
 void CCalc::ForEachSystemEntry(Visit&& visit) {
-    const int n = m_Size;
-    if (!m_MatrixDirty) {
-        if (!m_WrittenSorted) {
-            std::sort(m_Written.begin(), m_Written.end());
-            m_Written.erase(std::unique(m_Written.begin(), m_Written.end()), m_Written.end());
-            m_WrittenSorted = true;
-        }
-        for (const int32_t place : m_Written) {
-            const int i = place / n, j = place % n;
-            if (i == 0 || j == 0 || m_SparseSlot[i] < 0 || m_SparseSlot[j] < 0 || !FlagG[i][j]) continue;
-            visit(i, j);
-        }
-        return;
-    }
     for (const int32_t i : m_SparseUnknown)
-        ForEachFlag(FlagG[i], n, [&](int j) {
-            if (m_SparseSlot[j] >= 0) visit(i, j);
-        });
+        for (const CRowEntry& e : m_Rows.Row(i))
+            if (e.flagG && m_SparseSlot[e.column] >= 0) visit(i, e.column, e.g);
 }
 
 // C' by rows over all columns, as the product would use it, and 2B.
 void CCalc::CollectTrapRightSide() {
-    const int n = m_Size;
     const int size = static_cast<int>(m_SparseUnknown.size());
     m_TrapB.assign(static_cast<size_t>(size), 0.0);
     m_TrapRight.assign(static_cast<size_t>(size), 0.0);
@@ -94,11 +73,11 @@ void CCalc::CollectTrapRightSide() {
     for (int s = 0; s < size; ++s) {
         const int i = m_SparseUnknown[s];
         m_TrapB[s] = VecB[i];
-        const double* c = MatrixC[i];
-        ForEachFlag(FlagC[i], n, [&](int j) {
-            m_TrapCColumn.push_back(j);
-            m_TrapCValue.push_back(c[j]);
-        });
+        for (const CRowEntry& e : m_Rows.Row(i)) {
+            if (!e.flagC) continue;
+            m_TrapCColumn.push_back(e.column);
+            m_TrapCValue.push_back(e.c);
+        }
         m_TrapCStart.push_back(static_cast<int32_t>(m_TrapCColumn.size()));
     }
     m_TrapUnknown = m_SparseUnknown;
