@@ -36,6 +36,7 @@
 #include "solver/entry_lists.h"
 #include "solver/factor_cache.h"
 #include "solver/row_store.h"
+#include "solver/singular_record.h"
 #include "solver/sparse_lu.h"
 #include "solver/sparse_lu_set.h"
 #include "xml/settings.h"
@@ -207,6 +208,17 @@ public:
     void RowAdd(int src, int dst, double factor);
     void LoadDcRightSide();
     void SolveReal();
+    // The parts of SolveReal: the forward pass (recording its steps on the
+    // right side when a singular record is being made), and what follows it.
+    void EliminateForward();
+    void FinishSolveReal();
+    // A large circuit's singular system met before (calc_singular_solve.cpp):
+    // true when its record has put the eliminated rows back and the right side
+    // through the forward pass; otherwise a new record is begun.
+    bool ReplaySingularSolve();
+    CFactorKey SingularKey() const;
+    void KeepSingularRecord();
+    void ClearDenseStorage();
     void ListEntries();
     bool FactorTrap();
     void PrepareTrapMatrices();
@@ -431,6 +443,14 @@ public:
     // large circuit's copy once a dense way has used it. Fresh storage is zero,
     // and a large circuit that never needs the dense ways never touches it.
     bool m_MatrixDirty = false;
+    // Singular systems of a large circuit solved in this run, and how many of
+    // them were taken from a record; the record being made.
+    CSingularRecords m_SingularRecords;
+    int64_t m_SingularSolves = 0;
+    int64_t m_SingularHits = 0;
+    CSingularRecord m_NewRecord;
+    bool m_RecordSteps = false;
+    std::vector<double> m_ReplayRight;
     // The entries SolveReal walks, by row and by column.
     CEntryLists m_Entries;
     bool m_Leaky = false;

@@ -36,6 +36,7 @@ void CCalc::BeginRun(bool transient) {
     m_Changes = kChangeAll;
     m_FirstStore = true;
     m_FactorCount = m_FactorHits = 0;
+    m_SingularSolves = m_SingularHits = 0;
     LoadRunSettings();
     std::srand(static_cast<unsigned>(std::time(nullptr)));
     m_Terminate = false;
@@ -68,6 +69,7 @@ bool CCalc::StartRun() {
     m_StepNominal = m_StepFirstPrev = m_StepFirst = m_StepMin = m_StepBase;
     // A changed parameter or a new start: nothing kept may be taken again.
     m_FactorCache.Clear();
+    m_SingularRecords.Clear();
     m_TrapSparse = false;
     m_TrapLu = nullptr;
     m_TrapLus.Clear();

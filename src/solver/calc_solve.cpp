@@ -152,16 +152,29 @@ void CCalc::SubtractListedPivotRow(int r, int c, double m) {
 void CCalc::SolveReal() {
     const int n = m_Size;
     if (n < 1) return;
+    m_RecordSteps = false;
     if (UsesSparseTrap()) {
         if (SolveSparse()) return;
+        ++m_SingularSolves;
+        if (ReplaySingularSolve()) {
+            FinishSolveReal();
+            return;
+        }
         DensifyRows();
     }
     m_MatrixDirty = true;
+    for (int i = 1; i < n; ++i) MatrixG[i][0] = VecX[i];
+    ListEntries();
+    EliminateForward();
+    if (m_RecordSteps) KeepSingularRecord();
+    FinishSolveReal();
+}
+
+void CCalc::EliminateForward() {
+    const int n = m_Size;
     double** G = MatrixG;
     unsigned char** F = FlagG;
-    for (int i = 1; i < n; ++i) G[i][0] = VecX[i];
-    ListEntries();
-
+    std::vector<CRightSideStep>& steps = m_NewRecord.steps;
     for (int c = 1; c < n; ++c) {
         if (RowOff[c]) continue;
         const int best = FindListedPivot(c);
@@ -170,6 +183,7 @@ void CCalc::SolveReal() {
             std::swap(G[best], G[c]);
             std::swap(F[best], F[c]);
             m_Entries.SwapPlaces(best, c);
+            if (m_RecordSteps) steps.push_back({CRightSideStep::Swap, best, c, 0.0});
         }
         double* pivotRow = G[c];
         const double p = pivotRow[c];
@@ -178,6 +192,7 @@ void CCalc::SolveReal() {
                 if (F[c][j]) pivotRow[j] /= p;
             pivotRow[c] = 1.0;
             pivotRow[0] /= p;
+            if (m_RecordSteps) steps.push_back({CRightSideStep::Scale, c, 0, p});
         }
         for (const int32_t id : m_Entries.RowsOf(c)) {
             const int r = m_Entries.Place(id);
@@ -185,9 +200,15 @@ void CCalc::SolveReal() {
             const double m = G[r][c];
             SubtractListedPivotRow(r, c, m);
             AddRound(&G[r][0], -pivotRow[0] * m);
+            if (m_RecordSteps) steps.push_back({CRightSideStep::Subtract, r, c, m});
         }
     }
+}
 
+void CCalc::FinishSolveReal() {
+    const int n = m_Size;
+    double** G = MatrixG;
+    unsigned char** F = FlagG;
     // A row without pivot and with nothing on its right side said nothing about
     // its unknown: the unknown is free and takes 0.
     for (int i = 1; i < n; ++i) {

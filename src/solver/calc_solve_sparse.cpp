@@ -16,12 +16,7 @@ namespace qz3 {
 // only from the first time a dense way needs them. Column 0 is left to the
 // dense ways, which keep the right side there, except for the row flags.
 void CCalc::DensifyRows() {
-    const size_t n = static_cast<size_t>(m_Size);
-    if (m_MatrixDirty) {
-        std::memset(m_MatrixBlock, 0, 2 * n * n * sizeof(double));
-        std::memset(m_FlagBlock, 0, 2 * n * n);
-    }
-    m_MatrixDirty = true;
+    ClearDenseStorage();
     for (const int32_t i : m_Rows.WrittenRows()) {
         for (const CRowEntry& e : m_Rows.Row(i)) {
             MatrixG[i][e.column] = e.g;
@@ -32,6 +27,16 @@ void CCalc::DensifyRows() {
         FlagG[i][0] = m_Rows.AnyG(i);
         FlagC[i][0] = m_Rows.AnyC(i);
     }
+}
+
+// Zeros the n x n storage unless it is still untouched; it is in use from now.
+void CCalc::ClearDenseStorage() {
+    const size_t n = static_cast<size_t>(m_Size);
+    if (m_MatrixDirty) {
+        std::memset(m_MatrixBlock, 0, 2 * n * n * sizeof(double));
+        std::memset(m_FlagBlock, 0, 2 * n * n);
+    }
+    m_MatrixDirty = true;
 }
 
 // False, with nothing changed, when the system is singular to within m_Zero.

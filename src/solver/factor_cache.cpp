@@ -28,36 +28,6 @@ uint64_t Mix(uint64_t x) {
 
 size_t CFactorEntry::Bytes() const { return sizeof(CFactorEntry) + RowsBytes(g) + RowsBytes(c) + VectorBytes(b); }
 
-void CFactorCache::Clear() {
-    m_Entries.clear();
-    m_Bytes = 0;
-}
-
-void CFactorCache::SetBudget(size_t bytes) {
-    m_Budget = bytes;
-    while (!m_Entries.empty() && m_Bytes > m_Budget) {
-        m_Bytes -= m_Entries.back().Bytes();
-        m_Entries.pop_back();
-    }
-}
-
-const CFactorEntry* CFactorCache::Find(const CFactorKey& key) {
-    for (auto it = m_Entries.begin(); it != m_Entries.end(); ++it) {
-        if (!(it->key == key)) continue;
-        m_Entries.splice(m_Entries.begin(), m_Entries, it);
-        return &m_Entries.front();
-    }
-    return nullptr;
-}
-
-void CFactorCache::Store(CFactorEntry&& entry) {
-    const size_t bytes = entry.Bytes();
-    if (bytes > m_Budget) return;
-    m_Entries.push_front(std::move(entry));
-    m_Bytes += bytes;
-    SetBudget(m_Budget);
-}
-
 // Two chains with different multipliers; a false match needs both to collide.
 void CFactorHasher::Add(uint64_t word) {
     m_A = Mix(m_A ^ word) + 0x632be59bd9b4e019ull;

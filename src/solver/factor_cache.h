@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <list>
+#include <utility>
 #include <vector>
 
 namespace qz3 {
@@ -42,25 +43,52 @@ struct CFactorEntry {
     size_t Bytes() const;
 };
 
-class CFactorCache {
+// Kept results of one kind, found by their key. An Entry has `key` and
+// Bytes(); the least recently used go first when the budget is exceeded.
+template <class Entry>
+class CKeptCache {
 public:
     static constexpr size_t kDefaultBudget = size_t{64} << 20;
 
-    void Clear();
-    void SetBudget(size_t bytes);
+    void Clear() {
+        m_Entries.clear();
+        m_Bytes = 0;
+    }
+    void SetBudget(size_t bytes) {
+        m_Budget = bytes;
+        while (!m_Entries.empty() && m_Bytes > m_Budget) {
+            m_Bytes -= m_Entries.back().Bytes();
+            m_Entries.pop_back();
+        }
+    }
     size_t Budget() const { return m_Budget; }
     size_t Bytes() const { return m_Bytes; }
     int Count() const { return static_cast<int>(m_Entries.size()); }
     // The entry of this key, now the most recently used; null if none.
-    const CFactorEntry* Find(const CFactorKey& key);
+    const Entry* Find(const CFactorKey& key) {
+        for (auto it = m_Entries.begin(); it != m_Entries.end(); ++it) {
+            if (!(it->key == key)) continue;
+            m_Entries.splice(m_Entries.begin(), m_Entries, it);
+            return &m_Entries.front();
+        }
+        return nullptr;
+    }
     // Takes the entry in, dropping the least recently used ones over budget.
-    void Store(CFactorEntry&& entry);
+    void Store(Entry&& entry) {
+        const size_t bytes = entry.Bytes();
+        if (bytes > m_Budget) return;
+        m_Entries.push_front(std::move(entry));
+        m_Bytes += bytes;
+        SetBudget(m_Budget);
+    }
 
 private:
-    std::list<CFactorEntry> m_Entries;  // most recently used first
+    std::list<Entry> m_Entries;  // most recently used first
     size_t m_Budget = kDefaultBudget;
     size_t m_Bytes = 0;
 };
+
+using CFactorCache = CKeptCache<CFactorEntry>;
 
 // Builds a CFactorKey word by word.
 class CFactorHasher {

@@ -1,0 +1,73 @@
+// Singular systems of a large circuit taken from their records (see
+// singular_record.h): the switching search of a converter tries the same few
+// dozen singular states again and again.
+#include <cstring>
+#include <utility>
+
+#include "solver/calc.h"
+
+namespace qz3 {
+
+// Everything the forward pass reads: the size, the snap threshold, the rows
+// out of the system, and every stored entry of G with its flag (an entry
+// without flag is read by the last sweep when it isn't zero).
+CFactorKey CCalc::SingularKey() const {
+    CFactorHasher h;
+    h.Add(static_cast<uint64_t>(m_Size));
+    h.AddDouble(m_Zero);
+    for (int i = 1; i < m_Size; ++i) {
+        h.Add(static_cast<uint64_t>(i) << 8 | RowOff[i]);
+        for (const CRowEntry& e : m_Rows.Row(i)) {
+            h.Add(static_cast<uint64_t>(e.column) << 8 | e.flagG);
+            h.AddDouble(e.g);
+        }
+    }
+    return h.Key();
+}
+
+bool CCalc::ReplaySingularSolve() {
+    if (m_SingularRecords.Budget() == 0) return false;
+    const CFactorKey key = SingularKey();
+    const CSingularRecord* record = m_SingularRecords.Find(key);
+    if (record == nullptr) {
+        m_RecordSteps = true;
+        m_NewRecord.key = key;
+        m_NewRecord.steps.clear();
+        m_NewRecord.rows.clear();
+        return false;
+    }
+    ClearDenseStorage();
+    for (const CPlacedEntry& e : record->rows) {
+        MatrixG[e.row][e.column] = e.value;
+        FlagG[e.row][e.column] = e.flag;
+    }
+    const int n = m_Size;
+    m_ReplayRight.assign(VecX, VecX + n);
+    double* y = m_ReplayRight.data();
+    for (const CRightSideStep& s : record->steps) {
+        switch (s.kind) {
+            case CRightSideStep::Swap: std::swap(y[s.row], y[s.other]); break;
+            case CRightSideStep::Scale: y[s.row] /= s.value; break;
+            case CRightSideStep::Subtract: AddRound(&y[s.row], -y[s.other] * s.value); break;
+        }
+    }
+    for (int i = 1; i < n; ++i) MatrixG[i][0] = y[i];
+    ListEntries();
+    ++m_SingularHits;
+    return true;
+}
+
+// After the forward pass: the rows as it left them, column 0 apart.
+void CCalc::KeepSingularRecord() {
+    const int n = m_Size;
+    for (int i = 1; i < n; ++i) {
+        const double* g = MatrixG[i];
+        const unsigned char* f = FlagG[i];
+        for (int j = 1; j < n; ++j)
+            if (f[j] || g[j] != 0.0) m_NewRecord.rows.push_back({i, j, g[j], f[j]});
+    }
+    m_SingularRecords.Store(std::move(m_NewRecord));
+    m_NewRecord = CSingularRecord();
+}
+
+}  // namespace qz3
