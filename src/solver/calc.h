@@ -451,6 +451,7 @@ public:
     CSingularRecord m_NewRecord;
     bool m_RecordSteps = false;
     std::vector<double> m_ReplayRight;
+    std::vector<int32_t> m_BadUnknowns;  // FinishSolveReal's, kept for their capacity
     // The entries SolveReal walks, by row and by column.
     CEntryLists m_Entries;
     bool m_Leaky = false;

@@ -218,7 +218,9 @@ void CCalc::FinishSolveReal() {
             F[i][i] = 1;
         }
     }
-    bool anyBad = false;
+    // The unknowns that could not be found, in the order they were met.
+    std::vector<int32_t>& bad = m_BadUnknowns;
+    bad.clear();
     for (int i = 0; i < n; ++i) NodeBad[i] = 0;
     for (int i = 1; i < n; ++i) VecX[i] = 0.0;
 
@@ -227,7 +229,7 @@ void CCalc::FinishSolveReal() {
         const double q = G[i][0];
         if (!F[i][i]) {
             NodeBad[i] = q == 0.0 ? 1 : 255;
-            anyBad = true;
+            bad.push_back(i);
             continue;
         }
         VecX[i] = -q;
@@ -237,12 +239,11 @@ void CCalc::FinishSolveReal() {
             double* row = G[r];
             AddRound(&row[0], -row[i] * q);
             // Pass the dependence on an unknown that could not be found up to the rows leaning on i.
-            if (!anyBad) continue;
-            for (int j = i + 1; j < n; ++j)
-                if (!RowOff[j] && NodeBad[j]) F[r][j] = AddRound(&row[j], -G[i][j] * row[i]);
+            // Each such unknown has an entry of its own: the order of the walk doesn't matter.
+            for (const int32_t j : bad) F[r][j] = AddRound(&row[j], -G[i][j] * row[i]);
         }
     }
-    if (!anyBad) return;
+    if (bad.empty()) return;
     // One ascending sweep: what depends on an undetermined unknown is undetermined too.
     for (int i = 1; i < n; ++i) {
         const unsigned char v = NodeBad[i];

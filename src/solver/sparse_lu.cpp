@@ -23,6 +23,9 @@ void CSparseColumns::Clear(int size) {
 
 void CSparseLu::Reset(const CSparseColumns& a) {
     m_Ready = false;
+    // The factors are about to change: no pattern may Refactor them until a Factor succeeds.
+    m_PatternStart.clear();
+    m_PatternRow.clear();
     m_N = a.n;
     const size_t n = static_cast<size_t>(a.n);
     m_PivotRow.assign(n, -1);
@@ -44,7 +47,13 @@ void CSparseLu::Reset(const CSparseColumns& a) {
 
 bool CSparseLu::Factor(const CSparseColumns& a, double tiny) {
     Reset(a);
-    m_Order = MinimumDegreeOrder(a);
+    // The order depends on the pattern alone: a pattern met again, even one
+    // that was singular last time, keeps it.
+    if (a.start != m_OrderStart || a.row != m_OrderRow) {
+        m_Order = MinimumDegreeOrder(a);
+        m_OrderStart = a.start;
+        m_OrderRow = a.row;
+    }
     for (int k = 0; k < m_N; ++k) {
         const int col = m_Order[k];
         const int top = Reach(a, col);

@@ -82,6 +82,7 @@ private:
     std::vector<double> m_UValue;
     std::vector<double> m_Diagonal;
     std::vector<int32_t> m_PatternStart, m_PatternRow;  // a's pattern at the last Factor
+    std::vector<int32_t> m_OrderStart, m_OrderRow;      // the pattern m_Order was made for
     // Work of the factorisation and the solve, sized once per Factor.
     std::vector<double> m_Work;
     std::vector<int32_t> m_Mark, m_Stack, m_Next, m_Reach;

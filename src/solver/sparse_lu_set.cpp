@@ -26,18 +26,15 @@ const CSparseLu* CSparseLuSet::Update(const CSparseColumns& a, double tiny) {
         // Refactor compares the whole pattern, so a clash of hashes costs a factorisation, never a wrong one.
         if (lu.Refactor(a, tiny)) return &lu;
         ++m_FullCount;
-        if (lu.Factor(a, tiny)) return &lu;
-        m_Entries.pop_front();
-        return nullptr;
+        return lu.Factor(a, tiny) ? &lu : nullptr;
     }
+    // A singular system keeps its entry too: the search meets its pattern
+    // again, and the order is made once.
     m_Entries.push_front(CEntry{hash, CSparseLu{}});
-    ++m_FullCount;
-    if (!m_Entries.front().lu.Factor(a, tiny)) {
-        m_Entries.pop_front();
-        return nullptr;
-    }
     while (m_Entries.size() > m_Capacity) m_Entries.pop_back();
-    return &m_Entries.front().lu;
+    ++m_FullCount;
+    CSparseLu& lu = m_Entries.front().lu;
+    return lu.Factor(a, tiny) ? &lu : nullptr;
 }
 
 }  // namespace qz3

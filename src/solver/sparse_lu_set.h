@@ -4,7 +4,9 @@
 // switch states, and comes back to each of them period after period. Each
 // pattern keeps its own factors here: the pivot order and the patterns of L
 // and U found once, and the next matrix of that pattern only refactored. The
-// least recently used pattern goes when the set is full.
+// least recently used pattern goes when the set is full. The switching search
+// of a large converter tries a hundred or so patterns over and over, singular
+// ones among them (which keep their column order): the set holds them all.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +19,7 @@ namespace qz3 {
 
 class CSparseLuSet {
 public:
-    static constexpr size_t kDefaultCapacity = 32;
+    static constexpr size_t kDefaultCapacity = 128;
 
     // The factors of a, refactored from its pattern's entry or factored anew;
     // null when a is singular to within tiny. The pointer holds until the next

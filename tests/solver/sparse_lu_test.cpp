@@ -192,9 +192,20 @@ TEST(SparseLuSet, EachPatternIsFactoredOnceAndThenRefactored) {
     }
     EXPECT_EQ(set.Count(), 2);
     EXPECT_EQ(set.FullFactorisations(), 2);
-    // A singular matrix gives no factors and takes no place.
-    EXPECT_EQ(set.Update(ColumnsOf({{1.0, 1.0}, {1.0, 1.0}}), 1e-12), nullptr);
-    EXPECT_EQ(set.Count(), 2);
+    // A singular matrix gives no factors; its pattern keeps a place, and its
+    // column order, for the next time.
+    for (int again = 0; again < 2; ++again)
+        EXPECT_EQ(set.Update(ColumnsOf({{1.0, 1.0}, {1.0, 1.0}}), 1e-12), nullptr);
+    EXPECT_EQ(set.Count(), 3);
+    // Values of a known pattern that turn singular, and back: the factors the
+    // failure left are never refactored.
+    const Dense lost = {{1.0, 1.0, 0.0}, {1.0, 2.0, 1.0}, {0.0, 1.0, 1.0}};
+    EXPECT_EQ(set.Update(ColumnsOf(lost), 1e-12), nullptr);
+    const CSparseLu* back = set.Update(ColumnsOf(one), 1e-12);
+    ASSERT_NE(back, nullptr);
+    std::vector<double> x = {1.0, 2.0, 3.0};
+    back->Solve(x.data());
+    ExpectClose(x, DenseSolve(one, {1.0, 2.0, 3.0}));
     set.Clear();
     EXPECT_EQ(set.Count(), 0);
 }
