@@ -45,6 +45,10 @@ public:
 
     // Keeps m_Min/m_Max over the values stored here; the first one sets both.
     void Widen(double value);
+    // Takes the points stored at places [from, end) of a block of doubles
+    // into the count (capped at a full block) and into m_Min/m_Max, in
+    // place order, as Widen would one by one.
+    void TakeIn(int from, int end);
 
     uint32_t m_Type;
     uint32_t m_Width;
