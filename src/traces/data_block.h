@@ -62,6 +62,8 @@ public:
     uint32_t m_Count = 0;
     unsigned char* m_Chunk = nullptr;
     uint32_t m_ChunkIndex = 0;
+    // m_Count, m_Max and m_Min of the block a run is filling lag behind its
+    // points until the run settles it (CData::SettleOpenBlock).
     double m_Max = 0.0;
     double m_Min = 0.0;
     // Statistics of the whole block, cached by the cursor measurements.
