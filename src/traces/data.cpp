@@ -1,5 +1,6 @@
 #include <atomic>
 #include "traces/data.h"
+#include "traces/chunk_memory.h"
 #include "base/constants.h"
 
 #include "expr/number_text.h"
@@ -23,9 +24,6 @@ const double kNaN = std::numeric_limits<double>::quiet_NaN();
 bool SameTime(double a, double b) { return RealSame(a, b); }
 
 bool NotAfter(double pointTime, double t) { return RealCompare(pointTime, t) <= 0; }
-
-// A repeat within the same tolerance extends a flat stretch; 0 after 0 counts.
-bool SameValue(double a, double b) { return RealSame(a, b); }
 
 }  // namespace
 
@@ -68,56 +66,67 @@ int CData::AddSamples(const void* raw, int count) {
     return kept;
 }
 
-int CData::AddPoint(double t, double v) {
-    if (m_Type != kSampleDouble) return 1;
-    const bool compress = m_Link == nullptr || m_Link->compress;
-    if (compress && m_Last != nullptr) {
-        const bool repeat = SameValue(v, m_Last[1]);
-        if (m_Flat) {
-            if (repeat) {
-                m_Last[0] = t;  // the stretch grows; nothing is stored
-                return 1;
-            }
-            m_Flat = false;
-        } else if (repeat) {
-            // The stretch is kept as its first point and this one, whose
-            // time then follows the stretch.
-            m_Last[1] = v;
-            m_Flat = true;
-        }
-    }
-    const double point[3] = {t, v, 0.0};
-    return StorePoint(point);
+// Repeats within the compression tolerance: the stretch is kept as its first
+// point and its end, whose time then follows the stretch. The value of the
+// first point is overwritten, so the block has to have seen it before.
+void CData::StartFlatStretch(double v) {
+    SettleOpenBlock();
+    m_Last[1] = v;
+    m_Flat = true;
 }
 
-int CData::AddACPoint(double f, double magnitude, double phase) {
-    if (m_Type != kSampleDouble) return 1;
-    const double point[3] = {f, magnitude, phase};
-    return StorePoint(point);
+bool CData::ReplaceFirstPoint(double t, double v) {
+    if (m_Type != kSampleDouble || m_Count == 0) return false;
+    SettleOpenBlock();
+    double* first = m_Blocks[0]->PointAt(0);
+    first[0] = t;
+    first[1] = v;
+    return true;
 }
 
-int CData::StorePoint(const double* point) {
+// Once per block: the block left is settled, the block of the next point is
+// found or made (a recycle shortens the run, so its number is computed anew
+// and the data lost are reported), and the cursor is set at its place.
+int CData::StoreInNextBlock(double t, double v, double third) {
+    SettleOpenBlock();
+    CloseCursor();
     if (m_Link != nullptr) ++m_Link->points;
     int result = 1;
     int block = m_Count / kBlockPoints;
     if (block >= m_Blocks.Count()) {
         if (!NewBlock()) return 0;
-        // A recycle shortens the run, so the target block moves.
         const int again = m_Count / kBlockPoints;
         if (again != block) result = 0;
         block = again;
     }
-    CDataBlock* target = m_Blocks[block];
-    const int place = m_Count % kBlockPoints;
-    double* at = target->PointAt(place);
-    at[0] = point[0];
-    at[1] = point[1];
-    if (m_Width > 2) at[2] = point[2];
-    m_Last = at;
-    target->Widen(point[1]);
-    if (target->m_Count < kBlockPoints) ++target->m_Count;
-    ++m_Count;
+    OpenCursor(block);
+    WriteAtCursor(t, v, third);
     return result;
+}
+
+void CData::OpenCursor(int block) {
+    const int place = m_Count % kBlockPoints;
+    m_FillBlock = m_Blocks[block];
+    m_Fill = m_FillBlock->PointAt(place);
+    m_Room = kBlockPoints - place;
+    m_Settled = place;
+}
+
+void CData::CloseCursor() {
+    m_FillBlock = nullptr;
+    m_Fill = nullptr;
+    m_Room = 0;
+    m_Settled = 0;
+}
+
+// Each point is taken in once, in the order stored: a block that held points
+// before a DeleteOld keeps its old count and extremes and widens them, as it
+// would have point by point.
+void CData::SettleOpenBlock() {
+    if (m_FillBlock == nullptr) return;
+    const int end = kBlockPoints - m_Room;
+    m_FillBlock->TakeIn(m_Settled, end);
+    m_Settled = end;
 }
 
 bool CData::NewBlock() {
@@ -143,7 +152,9 @@ bool CData::NewBlock() {
     }
     block->m_Chunk = m_Chunk;
     block->m_ChunkIndex = m_ChunkUsed;
-    block->m_Data = m_Chunk + static_cast<size_t>(m_ChunkUsed) * m_PointSize * kBlockPoints;
+    const size_t blockBytes = static_cast<size_t>(m_PointSize) * kBlockPoints;
+    block->m_Data = m_Chunk + m_ChunkUsed * blockBytes;
+    if (m_ChunkUsed % kPrefaultBlocks == 0) PrefaultForWriting(block->m_Data, kPrefaultBlocks * blockBytes);
     block->m_XZero = m_XZero + static_cast<double>(index) * kBlockPoints * m_XScale;
     block->m_XScale = m_XScale;
     block->m_YZero = m_YZero;
@@ -198,6 +209,7 @@ void CData::AddToSetBytes(int64_t bytes) {
 }
 
 void CData::Clear() {
+    CloseCursor();
     FreeChunks();
     for (CDataBlock* block : m_Blocks) delete block;
     m_Blocks.Clear();
@@ -389,6 +401,8 @@ void CData::DeleteOld(double t) {
     int first = m_Count - 1;
     while (first >= 0 && !NotAfter(RawTime(first), t)) --first;
     if (first <= 0) return;
+    SettleOpenBlock();
+    CloseCursor();
     m_Flat = false;
     m_Last = nullptr;
     const int kept = m_Count - first;

@@ -15,6 +15,12 @@
 // place i % 256. When a chunk is refused, the oldest chunk is recycled: the
 // run keeps its newest data and the indices of the kept points shift down.
 //
+// The run keeps a cursor into the block being filled (the place of the next
+// point and the room left), so that storing a point is "write, advance". The
+// block's own count and m_Min/m_Max are brought up to date when the cursor
+// leaves the block, before a stored value is overwritten, and on request
+// (SettleOpenBlock); the step itself never touches the block record.
+//
 // Flat stretches are compressed while storing (the document's "dc"): a value
 // that repeats the last one within min(|a|,|b|)*1e-12 is stored once as the
 // end of the stretch, and later repeats only move that end's time.
@@ -24,6 +30,7 @@
 #include <cstdio>
 
 #include "base/list.h"
+#include "base/number_format.h"
 #include "traces/annotation.h"
 #include "traces/data_block.h"
 
@@ -70,7 +77,15 @@ public:
 
     // 1: stored or absorbed, nothing lost; 0: no room, or old data dropped.
     int AddPoint(double t, double v);
-    int AddACPoint(double f, double magnitude, double phase);
+    int AddACPoint(double f, double magnitude, double phase) {
+        return m_Type == kSampleDouble ? Store(f, magnitude, phase) : 1;
+    }
+    // Overwrites the first point of a run of doubles with points (a resumed
+    // run's start, a held start); false when there is none.
+    bool ReplaceFirstPoint(double t, double v);
+    // Brings the count and m_Min/m_Max of the block being filled up to the
+    // points stored so far.
+    void SettleOpenBlock();
 
     // Out of range gives false and zeros. Apply-mode reads digital values
     // as 0/1 against the threshold and bus values rounded.
@@ -140,7 +155,27 @@ private:
         double f, value, phase;
     };
 
-    int StorePoint(const double* point);
+    // The common step: room left in the block being filled.
+    int Store(double t, double v, double third) {
+        if (m_Room == 0) return StoreInNextBlock(t, v, third);
+        if (m_Link != nullptr) ++m_Link->points;
+        WriteAtCursor(t, v, third);
+        return 1;
+    }
+    void WriteAtCursor(double t, double v, double third) {
+        double* at = m_Fill;
+        at[0] = t;
+        at[1] = v;
+        if (m_Width > 2) at[2] = third;
+        m_Last = at;
+        m_Fill = at + m_Width;
+        --m_Room;
+        ++m_Count;
+    }
+    int StoreInNextBlock(double t, double v, double third);
+    void StartFlatStretch(double v);
+    void OpenCursor(int block);
+    void CloseCursor();
     bool NewBlock();
     unsigned char* AllocateChunk();
     unsigned char* RecycleOldestChunk();
@@ -160,6 +195,32 @@ private:
 
     ChunkGate m_Gate = nullptr;
     void* m_GateContext = nullptr;
+    // The cursor: the block being filled, the place of the next point in
+    // it and the places left; m_Settled is the first place whose point the
+    // block's count and extremes don't hold yet.
+    CDataBlock* m_FillBlock = nullptr;
+    double* m_Fill = nullptr;
+    int m_Room = 0;
+    int m_Settled = 0;
 };
+
+// Here rather than in data.cpp so that a trace's step inlines it: the usual
+// point is a compare, two writes and a step of the cursor.
+inline int CData::AddPoint(double t, double v) {
+    if (m_Type != kSampleDouble) return 1;
+    if (m_Last != nullptr && (m_Link == nullptr || m_Link->compress)) {
+        const bool repeat = RealSame(v, m_Last[1]);
+        if (m_Flat) {
+            if (repeat) {
+                m_Last[0] = t;  // the stretch grows; nothing is stored
+                return 1;
+            }
+            m_Flat = false;
+        } else if (repeat) {
+            StartFlatStretch(v);
+        }
+    }
+    return Store(t, v, 0.0);
+}
 
 }  // namespace qz3

@@ -1,5 +1,6 @@
 #include "traces/data_block.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace qz3 {
@@ -50,6 +51,25 @@ void CDataBlock::Widen(double value) {
     }
     if (value < m_Min) m_Min = value;
     if (value > m_Max) m_Max = value;
+}
+
+void CDataBlock::TakeIn(int from, int end) {
+    if (from >= end) return;
+    if (m_Count == 0) {
+        m_Min = m_Max = PointAt(from)[1];
+        m_Count = 1;
+        ++from;
+    }
+    double low = m_Min;
+    double high = m_Max;
+    for (int place = from; place < end; ++place) {
+        const double value = PointAt(place)[1];
+        if (value < low) low = value;
+        if (value > high) high = value;
+    }
+    m_Min = low;
+    m_Max = high;
+    m_Count = std::min<uint32_t>(m_Count + static_cast<uint32_t>(end - from), kBlockPoints);
 }
 
 }  // namespace qz3

@@ -45,6 +45,10 @@ public:
 
     // Keeps m_Min/m_Max over the values stored here; the first one sets both.
     void Widen(double value);
+    // Takes the points stored at places [from, end) of a block of doubles
+    // into the count (capped at a full block) and into m_Min/m_Max, in
+    // place order, as Widen would one by one.
+    void TakeIn(int from, int end);
 
     uint32_t m_Type;
     uint32_t m_Width;
@@ -58,6 +62,8 @@ public:
     uint32_t m_Count = 0;
     unsigned char* m_Chunk = nullptr;
     uint32_t m_ChunkIndex = 0;
+    // m_Count, m_Max and m_Min of the block a run is filling lag behind its
+    // points until the run settles it (CData::SettleOpenBlock).
     double m_Max = 0.0;
     double m_Min = 0.0;
     // Statistics of the whole block, cached by the cursor measurements.

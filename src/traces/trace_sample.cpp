@@ -124,11 +124,8 @@ bool CTrace::ValueTran(CCalc& calc, double t, double& value) {
 }
 
 bool CTrace::StorePoint(double t, double value, bool hold) {
-    if ((hold || m_ReplaceFirst) && m_Run->Count() > 0 && m_Run->m_Type == kSampleDouble) {
+    if ((hold || m_ReplaceFirst) && m_Run->ReplaceFirstPoint(t, value)) {
         m_ReplaceFirst = false;
-        double* first = m_Run->m_Blocks[0]->PointAt(0);
-        first[0] = t;
-        first[1] = value;
         return true;
     }
     return m_Run->AddPoint(t, value) != 0;

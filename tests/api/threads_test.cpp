@@ -72,3 +72,30 @@ TEST(Threads, EachThreadReadsItsOwnError) {
     failing.join();
     EXPECT_EQ(wrong.load(), 0);
 }
+
+// A thread that has used a circuit, and then sees it closed by another
+// thread, finds the handle gone; a circuit opened since answers it.
+TEST(Threads, ACircuitClosedElsewhereIsGoneForTheThreadThatUsedIt) {
+    const int first = QZ3_Open(kRc.c_str());
+    ASSERT_GE(first, 0) << QZ3_GetError();
+    const int trace = QZ3_AddVTrace(first, "C1");
+    ASSERT_GE(trace, 0) << QZ3_GetError();
+    std::atomic<int> stage{0};
+    int second = -1;
+    std::vector<std::string> said;
+    std::thread reader([&] {
+        said.push_back(QZ3_GetDataSize(first, trace) == 0 ? QZ3_GetError() : "failed");
+        stage.store(1);
+        while (stage.load() != 2) std::this_thread::yield();
+        QZ3_GetDataSize(first, trace);
+        said.push_back(QZ3_GetError());
+        said.push_back(QZ3_GetDataSize(second, QZ3_AddVTrace(second, "C1")) == 0 ? QZ3_GetError() : "failed");
+    });
+    while (stage.load() != 1) std::this_thread::yield();
+    ASSERT_EQ(QZ3_Close(first), 0);
+    second = QZ3_Open(kRc.c_str());
+    stage.store(2);
+    reader.join();
+    EXPECT_EQ(said, (std::vector<std::string>{"OK", "QZ3_GetDataSize: wrong circuit handle", "OK"}));
+    QZ3_Close(second);
+}

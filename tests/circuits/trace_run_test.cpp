@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include "qz3.h"
 
@@ -111,6 +112,67 @@ TEST_F(TraceRun, DeletingOldDataBoundsALongRun) {
         EXPECT_NEAR(t, 0.1 * kTau * k, 1e-9);
     }
     EXPECT_LE(most, 2);
+}
+
+// A run of several blocks of points, read back one point at a time: every
+// point is the exponential, the times rise, and a read between two points
+// (also two on either side of a block boundary) interpolates between them.
+TEST_F(TraceRun, LongRunReadsBackPointByPointAcrossBlocks) {
+    ASSERT_EQ(QZ3_Simulate(ncir, 10 * kTau), 0) << QZ3_GetError();
+    const int count = QZ3_GetDataSize(ncir, v);
+    ASSERT_GT(count, 3 * 256) << QZ3_GetError();
+    std::vector<double> times(count), values(count);
+    for (int i = 0; i < count; ++i) {
+        ASSERT_EQ(QZ3_GetDataAt(ncir, v, i, &times[i], &values[i]), 0) << i << ": " << QZ3_GetError();
+        EXPECT_NEAR(values[i], std::exp(-times[i] / kTau), 1e-4) << i;
+        if (i > 0) ASSERT_GT(times[i], times[i - 1]) << i;
+    }
+    EXPECT_NEAR(times.back(), 10 * kTau, 1e-9);
+    for (int i = 0; i + 1 < count; ++i) {
+        const double middle = (times[i] + times[i + 1]) / 2;
+        EXPECT_NEAR(At(v, middle), (values[i] + values[i + 1]) / 2, 1e-15) << i;
+    }
+    double t = 0, value = 0;
+    ASSERT_EQ(QZ3_GetLastData(ncir, v, &t, &value), 0);
+    EXPECT_EQ(t, times.back());
+    EXPECT_EQ(value, values.back());
+    EXPECT_EQ(QZ3_GetDataAt(ncir, v, count, &t, &value), -1);
+    EXPECT_EQ(std::string(QZ3_GetError()), "QZ3_GetDataAt: no data at requested index");
+}
+
+// Points before the start time aren't kept: each one takes the place of the
+// first point, so the run begins with the last of them and goes on from the
+// start time, block after block.
+TEST(TraceRunHeldStart, PointsBeforeTheStartReplaceTheFirstOne) {
+    const int ncir = QZ3_Open(CircuitPath("trace_rc_held_start.qz3").c_str());
+    ASSERT_GE(ncir, 0) << QZ3_GetError();
+    const int v = QZ3_GetTrace(ncir, "V(C1)");
+    ASSERT_GE(v, 0) << QZ3_GetError();
+    if (QZ3_Start(ncir) != 0 && std::string(QZ3_GetError()).find("not available in this build") != std::string::npos) {
+        QZ3_Close(ncir);
+        GTEST_SKIP() << "no transient run in this build";
+    }
+    constexpr double kStart = 2e-3, kStep = 10e-6;
+    ASSERT_EQ(QZ3_Simulate(ncir, 8e-3), 0) << QZ3_GetError();
+    const int count = QZ3_GetDataSize(ncir, v);
+    ASSERT_GT(count, 2 * 256);
+    double t = 0, value = 0;
+    ASSERT_EQ(QZ3_GetDataAt(ncir, v, 0, &t, &value), 0) << QZ3_GetError();
+    EXPECT_LT(t, kStart);
+    EXPECT_GT(t, kStart - 2 * kStep);
+    EXPECT_NEAR(value, std::exp(-t / kTau), 1e-4);
+    ASSERT_EQ(QZ3_GetDataAt(ncir, v, 1, &t, &value), 0) << QZ3_GetError();
+    EXPECT_GE(t, kStart * (1 - 1e-12));
+    EXPECT_LT(t, kStart + 2 * kStep);
+    double last = t;
+    for (int i = 2; i < count; ++i) {
+        ASSERT_EQ(QZ3_GetDataAt(ncir, v, i, &t, &value), 0) << QZ3_GetError();
+        ASSERT_GT(t, last) << i;
+        EXPECT_NEAR(value, std::exp(-t / kTau), 1e-4) << i;
+        last = t;
+    }
+    EXPECT_EQ(QZ3_GetData(ncir, v, kStart / 2, &value), -1);
+    QZ3_Close(ncir);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -21,6 +22,17 @@ struct ChunkBudget {
         --budget->left;
         return true;
     }
+};
+
+// An uncompressed run with room for a number of chunks.
+struct BudgetedRun {
+    explicit BudgetedRun(int chunks) : budget{chunks}, run(&link, 0) {
+        link.compress = false;
+        run.SetChunkGate(&ChunkBudget::Allow, &budget);
+    }
+    CDataLink link;
+    ChunkBudget budget;
+    CData run;
 };
 
 void AddRamp(CData& run, int count, double t0 = 0.0) {
@@ -355,11 +367,8 @@ TEST(CData, RefusedChunksRecycleTheOldest) {
 }
 
 TEST(CData, ASingleChunkRecyclesIntoAnEmptyRun) {
-    CDataLink link;
-    link.compress = false;
-    ChunkBudget budget{1};
-    CData run(&link, 0);
-    run.SetChunkGate(&ChunkBudget::Allow, &budget);
+    BudgetedRun budgeted(1);
+    CData& run = budgeted.run;
     AddRamp(run, kChunkPoints);
     EXPECT_EQ(run.AddPoint(kChunkPoints, 42.0), 0);
     ASSERT_EQ(run.Count(), 1);
@@ -551,4 +560,123 @@ TEST(CData, StoredSamplesReadThroughTheirScaling) {
     ASSERT_TRUE(bytes8.GetPoint(0, t, v, false));
     EXPECT_EQ(v, 3.0);
     EXPECT_EQ(bytes8.m_Bytes, kChunkPoints);
+}
+
+// ---- the block being filled ------------------------------------------------
+
+namespace {
+
+double Wiggle(int i) { return std::sin(0.37 * i) * (1.0 + i % 97); }
+
+// Points a .. b-1 of a fed series: their count and extremes.
+void ExpectBlockHolds(const CDataBlock& block, const std::vector<double>& fed, size_t a, size_t b) {
+    const auto [low, high] = std::minmax_element(fed.begin() + a, fed.begin() + b);
+    EXPECT_EQ(block.m_Count, b - a);
+    EXPECT_EQ(block.m_Min, *low);
+    EXPECT_EQ(block.m_Max, *high);
+}
+
+}  // namespace
+
+// A block's count and extremes are those of the points stored in it: a full
+// block has them once the next one begins, the block being filled once it
+// is settled. Every point reads back as it was given.
+TEST(CData, BlocksKeepCountsAndExtremesOfTheirPoints) {
+    CDataLink link;
+    link.compress = false;
+    CData run(&link, 0);
+    std::vector<double> fed;
+    const int count = 3 * kBlockPoints + 17;
+    for (int i = 0; i < count; ++i) {
+        fed.push_back(Wiggle(i));
+        ASSERT_EQ(run.AddPoint(i * 1e-3, fed.back()), 1);
+    }
+    ASSERT_EQ(run.BlockCount(), 4);
+    for (int b = 0; b < 3; ++b) ExpectBlockHolds(*run.m_Blocks[b], fed, b * kBlockPoints, (b + 1) * kBlockPoints);
+    run.SettleOpenBlock();
+    ExpectBlockHolds(*run.m_Blocks[3], fed, 3 * kBlockPoints, count);
+    // Settling twice counts nothing twice; the block goes on filling.
+    run.SettleOpenBlock();
+    fed.push_back(-1000.0);
+    run.AddPoint(count * 1e-3, fed.back());
+    run.SettleOpenBlock();
+    ExpectBlockHolds(*run.m_Blocks[3], fed, 3 * kBlockPoints, count + 1);
+    for (int i = 0; i <= count; ++i) {
+        double t, v;
+        ASSERT_TRUE(run.GetPoint(i, t, v, false));
+        ASSERT_EQ(t, i * 1e-3);
+        ASSERT_EQ(v, fed[i]) << i;
+    }
+    EXPECT_EQ(link.points, static_cast<uint32_t>(count + 1));
+}
+
+// A flat stretch overwrites the value of its first point with the repeat; the
+// block has still seen the value first stored there.
+TEST(CData, AStretchStartInTheOpenBlockKeepsTheValueSeenFirst) {
+    CDataLink link;
+    CData run(&link, 0);
+    const double first = 2.0, repeat = 2.0 * (1.0 + 4e-13);
+    run.AddPoint(0.0, first);
+    run.AddPoint(1.0, repeat);
+    ASSERT_EQ(run.Count(), 2);
+    EXPECT_EQ(PointsOf(run), (std::vector<double>{0, repeat, 1, repeat}));
+    run.SettleOpenBlock();
+    EXPECT_EQ(run.m_Blocks[0]->m_Count, 2u);
+    EXPECT_EQ(run.m_Blocks[0]->m_Min, first);
+    EXPECT_EQ(run.m_Blocks[0]->m_Max, repeat);
+}
+
+// The first point of a run of points can be replaced, in place and without
+// adding a point; an empty run or a run of stored samples has none.
+TEST(CData, ReplacingTheFirstPoint) {
+    CDataLink link;
+    link.compress = false;
+    CData run(&link, 0);
+    EXPECT_FALSE(run.ReplaceFirstPoint(0.5, 7.0));
+    AddRamp(run, kBlockPoints + 3);
+    ASSERT_TRUE(run.ReplaceFirstPoint(0.5, 7.0));
+    ASSERT_TRUE(run.ReplaceFirstPoint(0.75, 8.0));
+    ASSERT_EQ(run.Count(), kBlockPoints + 3);
+    run.AddPoint(1000.0, 9.0);
+    std::vector<double> points = PointsOf(run);
+    EXPECT_EQ(points[0], 0.75);
+    EXPECT_EQ(points[1], 8.0);
+    for (int i = 1; i < kBlockPoints + 3; ++i) ASSERT_EQ(points[2 * i], i);
+    EXPECT_EQ(points[points.size() - 2], 1000.0);
+
+    CData stored(&link, 0);
+    ASSERT_TRUE(stored.SetStoredType(kSampleInt16, 0.0, 1.0, 0.0, 1.0, 0.0));
+    const int16_t raw[3] = {1, 2, 3};
+    ASSERT_EQ(stored.AddSamples(raw, 3), 3);
+    EXPECT_FALSE(stored.ReplaceFirstPoint(0.5, 7.0));
+}
+
+// With room for two chunks, each further chunk of points takes the place of
+// the oldest one: the store reports each loss once and keeps exactly the
+// newest points, block by block.
+TEST(CData, RepeatedRecyclesKeepTheNewestPointsExactly) {
+    BudgetedRun budgeted(2);
+    CData& run = budgeted.run;
+    const int count = 5 * kChunkPoints + 100;
+    int losses = 0;
+    for (int i = 0; i < count; ++i)
+        if (run.AddPoint(i, Wiggle(i)) == 0) ++losses;
+    // Six chunks' worth of points, four of them in recycled chunks.
+    EXPECT_EQ(losses, 4);
+    EXPECT_EQ(run.ChunkCount(), 2);
+    ASSERT_EQ(run.Count(), kChunkPoints + 100);
+    const int first = count - run.Count();
+    for (int i = 0; i < run.Count(); ++i) {
+        double t, v;
+        ASSERT_TRUE(run.GetPoint(i, t, v, false));
+        ASSERT_EQ(t, first + i);
+        ASSERT_EQ(v, Wiggle(first + i)) << i;
+    }
+    run.SettleOpenBlock();
+    std::vector<double> kept;
+    for (int i = first; i < count; ++i) kept.push_back(Wiggle(i));
+    for (int b = 0; b < run.BlockCount(); ++b) {
+        const size_t a = static_cast<size_t>(b) * kBlockPoints;
+        ExpectBlockHolds(*run.m_Blocks[b], kept, a, std::min(kept.size(), a + kBlockPoints));
+    }
 }
