@@ -52,7 +52,10 @@ bool CCalc::ReplaySingularSolve() {
         }
     }
     for (int i = 1; i < n; ++i) MatrixG[i][0] = y[i];
-    ListEntries();
+    // The lists ListEntries would make from these rows, in its order, without its walk of n x n flags.
+    m_Entries.Begin(n);
+    for (const CPlacedEntry& e : record->rows)
+        if (e.flag && !RowOff[e.row]) m_Entries.Add(e.row, e.column);
     ++m_SingularHits;
     return true;
 }
