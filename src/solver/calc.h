@@ -243,8 +243,11 @@ public:
     void ForEachSystemEntry(Visit&& visit);
     void CollectTrapRightSide();
     void TrapSparseSolve();
-    // SolveReal of a large circuit by the sparse factors (calc_solve_sparse.cpp).
-    bool SolveSparse();
+    // SolveReal of a large circuit (calc_solve_sparse.cpp): by the sparse
+    // factors of its pattern, or by a singular record; false when the dense
+    // elimination must run after all.
+    bool SolveLarge();
+    bool SolveSparse(CSparseLu& pattern);
 
     // ---- AC analysis (calc_ac.cpp)
     bool SolveAcOperatingPoint();

@@ -39,10 +39,32 @@ void CCalc::ClearDenseStorage() {
     m_MatrixDirty = true;
 }
 
-// False, with nothing changed, when the system is singular to within m_Zero.
-bool CCalc::SolveSparse() {
+// SolveReal of a large circuit: true when solved; false when the dense
+// elimination must run, on the rows copied out for it.
+bool CCalc::SolveLarge() {
     CollectSystemColumns(m_SolveColumns);
-    const CSparseLu* lu = m_SolveLus.Update(m_SolveColumns, m_Zero);
+    CSparseLu& lu = m_SolveLus.Pattern(m_SolveColumns);
+    // A pattern that was singular last time is mostly a trial state met
+    // before: its record answers without the factorisation failing again.
+    const bool suspect = lu.FoundSingular();
+    bool replayed = suspect && ReplaySingularSolve();
+    if (!replayed) {
+        if (SolveSparse(lu)) return true;
+        replayed = !suspect && ReplaySingularSolve();
+    }
+    ++m_SingularSolves;
+    if (replayed) {
+        FinishSolveReal();
+        return true;
+    }
+    m_RecordSteps = m_SingularRecords.Budget() > 0;
+    DensifyRows();
+    return false;
+}
+
+// False, with nothing changed, when the system is singular to within m_Zero.
+bool CCalc::SolveSparse(CSparseLu& pattern) {
+    const CSparseLu* lu = m_SolveLus.Factorise(pattern, m_SolveColumns, m_Zero);
     if (!lu) return false;
     const int size = static_cast<int>(m_SparseUnknown.size());
     m_SolveRight.resize(static_cast<size_t>(size));

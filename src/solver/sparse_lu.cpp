@@ -64,6 +64,7 @@ bool CSparseLu::Factor(const CSparseColumns& a, double tiny) {
         const double pivot = pivotRow < 0 ? 0.0 : m_Work[pivotRow];
         if (pivotRow < 0 || !(std::fabs(pivot) > tiny * colMax)) {
             ClearWork(top);
+            m_FoundSingular = true;
             return false;
         }
         m_PivotRow[k] = pivotRow;
@@ -75,6 +76,7 @@ bool CSparseLu::Factor(const CSparseColumns& a, double tiny) {
     m_PatternStart = a.start;
     m_PatternRow = a.row;
     m_Ready = true;
+    m_FoundSingular = false;
     return true;
 }
 

@@ -55,6 +55,8 @@ public:
     // Factor, or Refactor when a has the pattern of the last factorisation.
     bool Update(const CSparseColumns& a, double tiny);
     bool Ready() const { return m_Ready; }
+    // The last Factor found its matrix singular, and none has succeeded since.
+    bool FoundSingular() const { return m_FoundSingular; }
     int Size() const { return m_N; }
     // Entries of L and U together (the diagonal included).
     size_t Entries() const { return m_LRow.size() + m_URow.size() + static_cast<size_t>(m_N); }
@@ -72,6 +74,7 @@ private:
     void ClearWork(int top);
 
     bool m_Ready = false;
+    bool m_FoundSingular = false;
     int m_N = 0;
     std::vector<int32_t> m_Order;   // step k factors column m_Order[k]
     std::vector<int32_t> m_PivotRow;  // step k's pivot is this row of a

@@ -25,23 +25,25 @@ uint64_t PatternHash(const CSparseColumns& a) {
 
 }  // namespace
 
-const CSparseLu* CSparseLuSet::Update(const CSparseColumns& a, double tiny) {
+CSparseLu& CSparseLuSet::Pattern(const CSparseColumns& a) {
     const uint64_t hash = PatternHash(a);
     for (auto it = m_Entries.begin(); it != m_Entries.end(); ++it) {
         if (it->hash != hash) continue;
         m_Entries.splice(m_Entries.begin(), m_Entries, it);
-        CSparseLu& lu = m_Entries.front().lu;
-        // Refactor compares the whole pattern, so a clash of hashes costs a factorisation, never a wrong one.
-        if (lu.Refactor(a, tiny)) return &lu;
-        ++m_FullCount;
-        return lu.Factor(a, tiny) ? &lu : nullptr;
+        return m_Entries.front().lu;
     }
     // A singular system keeps its entry too: the search meets its pattern
     // again, and the order is made once.
     m_Entries.push_front(CEntry{hash, CSparseLu{}});
     while (m_Entries.size() > m_Capacity) m_Entries.pop_back();
+    return m_Entries.front().lu;
+}
+
+// Refactor compares the whole pattern, so a clash of hashes costs a
+// factorisation, never a wrong one.
+const CSparseLu* CSparseLuSet::Factorise(CSparseLu& lu, const CSparseColumns& a, double tiny) {
+    if (lu.Refactor(a, tiny)) return &lu;
     ++m_FullCount;
-    CSparseLu& lu = m_Entries.front().lu;
     return lu.Factor(a, tiny) ? &lu : nullptr;
 }
 

@@ -24,7 +24,12 @@ public:
     // The factors of a, refactored from its pattern's entry or factored anew;
     // null when a is singular to within tiny. The pointer holds until the next
     // Update or Clear.
-    const CSparseLu* Update(const CSparseColumns& a, double tiny);
+    const CSparseLu* Update(const CSparseColumns& a, double tiny) { return Factorise(Pattern(a), a, tiny); }
+    // Update in two steps. The entry of a's pattern (empty when new), now the
+    // most recently used; the reference holds until the next Pattern or Clear.
+    CSparseLu& Pattern(const CSparseColumns& a);
+    // a factored in its pattern's entry.
+    const CSparseLu* Factorise(CSparseLu& lu, const CSparseColumns& a, double tiny);
     void Clear() { m_Entries.clear(); }
     int Count() const { return static_cast<int>(m_Entries.size()); }
     // Factorisations that had to choose pivot order and patterns anew.
