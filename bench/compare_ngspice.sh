@@ -57,4 +57,24 @@ for n in "${phases[@]}"; do
     row "$n-phase buck, 10 ms" "$circuits/multiphase_buck_$n.qz3" 10m 100n "$circuits/multiphase_buck_$n.cir"
 done
 row "RC ladder 1000, 0.1 ms" "$circuits/ladder_1000.qz3" 100u 100n "$circuits/ladder_1000.cir"
+
+# Peak resident memory of the ladder against its length: the engine keeps
+# the entries that exist, so memory grows with the circuit, not its square.
+peak_mb() {
+    python3 - "$@" <<'PY'
+import resource, subprocess, sys
+done = subprocess.run(sys.argv[1:], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+peak = resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss / 1024
+print(f"{peak:.1f}" if done.returncode == 0 else "fail")
+PY
+}
+echo
+printf '| %-28s | %10s | %13s |\n' "RC ladder, 0.1 ms" "qz3 peak MB" "ngspice peak MB"
+printf '|%s|%s|%s|\n' "------------------------------" "-------------" "-----------------"
+for sections in 250 500 1000 2000 4000; do
+    q=$(peak_mb "$qz3" run "$circuits/ladder_$sections.qz3" --time 100u --step 100n)
+    p="-"
+    [ -n "$peer" ] && p=$(peak_mb "$peer" -b "$circuits/ladder_$sections.cir")
+    printf '| %-28s | %11s | %15s |\n' "$sections sections" "$q" "$p"
+done
 [ -n "$peer" ] || echo "ngspice is not installed: peer times left out (apt-get install ngspice)"

@@ -6,8 +6,9 @@ engine and as a .cir netlist for the peer simulator of compare_ngspice.sh.
                                 output capacitor: 12 V in, 100 kHz, 50 % duty,
                                 phase k delayed by k/N of the period, 100 uH per
                                 phase, 100 uF out, a load of 5/N ohm (1.2 A per phase)
-  ladder_1000.qz3/.cir          1000 RC sections (1 k, 1 n) discharging a 1 mF
-                                head capacitor charged to 1 V
+  ladder_<S>.qz3/.cir           S RC sections (1 k, 1 n) discharging a 1 mF head
+                                capacitor charged to 1 V (S = 250 ... 4000; 1000
+                                is the speed comparison, all of them the memory one)
 
   python3 bench/make_circuits.py OUTDIR
 """
@@ -17,7 +18,8 @@ import sys
 PERIOD = 10e-6
 PHASES = (1, 2, 4, 8, 16, 32)
 BUCK_TIME, BUCK_STEP = 10e-3, 100e-9
-LADDER_SECTIONS, LADDER_TIME, LADDER_STEP = 1000, 1e-4, 1e-7
+LADDERS = (250, 500, 1000, 2000, 4000)
+LADDER_TIME, LADDER_STEP = 1e-4, 1e-7
 
 
 def qz3_file(cmps, traces, step, screen):
@@ -64,18 +66,18 @@ def buck_cir(n):
     return '\n'.join(lines)
 
 
-def ladder_qz3():
+def ladder_qz3(sections):
     cmps = ['<Cmp type="C_C" id="1" name="C0" node0="0" node1="1" model="C" c="1e-3" ic="1" />']
-    for k in range(1, LADDER_SECTIONS + 1):
+    for k in range(1, sections + 1):
         cmps += [f'<Cmp type="R_R" id="{2 * k}" name="R{k}" node0="{k}" node1="{k + 1}" model="R" r="1e3" />',
                  f'<Cmp type="C_C" id="{2 * k + 1}" name="C{k}" node0="0" node1="{k + 1}" model="C" c="1e-9" ic="0" />']
     traces = ['<Trace id="3" expr="C1" name="V2" color="0,0,255" type="V" mode="analog" />']
     return qz3_file(cmps, traces, LADDER_STEP, LADDER_TIME)
 
 
-def ladder_cir():
-    lines = [f'* RC ladder of {LADDER_SECTIONS} sections', 'C0 1 0 1m IC=1']
-    for k in range(1, LADDER_SECTIONS + 1):
+def ladder_cir(sections):
+    lines = [f'* RC ladder of {sections} sections', 'C0 1 0 1m IC=1']
+    for k in range(1, sections + 1):
         lines += [f'R{k} {k} {k + 1} 1k', f'C{k} {k + 1} 0 1n IC=0']
     lines += ['.options method=trap', f'.tran {LADDER_STEP:g} {LADDER_TIME:g} 0 {LADDER_STEP:g} uic',
               '.control', 'run', 'quit 0', '.endc', '.end', '']
@@ -93,8 +95,9 @@ def main():
     for n in PHASES:
         write(os.path.join(out, f'multiphase_buck_{n}.qz3'), buck_qz3(n))
         write(os.path.join(out, f'multiphase_buck_{n}.cir'), buck_cir(n))
-    write(os.path.join(out, 'ladder_1000.qz3'), ladder_qz3())
-    write(os.path.join(out, 'ladder_1000.cir'), ladder_cir())
+    for sections in LADDERS:
+        write(os.path.join(out, f'ladder_{sections}.qz3'), ladder_qz3(sections))
+        write(os.path.join(out, f'ladder_{sections}.cir'), ladder_cir(sections))
 
 
 if __name__ == '__main__':
