@@ -217,7 +217,9 @@ public:
     // through the forward pass; otherwise a new record is begun.
     bool ReplaySingularSolve();
     CFactorKey SingularKey() const;
+    void RecordStep(const CRightSideStep& step);
     void KeepSingularRecord();
+    void DropNewRecord();
     void ClearDenseStorage();
     void ListEntries();
     bool FactorTrap();

@@ -1,7 +1,6 @@
 // Singular systems of a large circuit taken from their records (see
 // singular_record.h): the switching search of a converter tries the same few
 // dozen singular states again and again.
-#include <cstring>
 #include <utility>
 
 #include "solver/calc.h"
@@ -30,7 +29,7 @@ bool CCalc::ReplaySingularSolve() {
     const CFactorKey key = SingularKey();
     const CSingularRecord* record = m_SingularRecords.Find(key);
     if (record == nullptr) {
-        m_RecordSteps = true;
+        // Made by the elimination that follows, should the system be singular.
         m_NewRecord.key = key;
         m_NewRecord.steps.clear();
         m_NewRecord.rows.clear();
@@ -60,17 +59,34 @@ bool CCalc::ReplaySingularSolve() {
     return true;
 }
 
+void CCalc::RecordStep(const CRightSideStep& step) {
+    m_NewRecord.steps.push_back(step);
+    if (m_NewRecord.Bytes() > m_SingularRecords.Budget()) DropNewRecord();
+}
+
+// A record the cache would not take is not made: a large system that fills
+// in is left alone instead of being copied at any size.
+void CCalc::DropNewRecord() {
+    m_RecordSteps = false;
+    m_NewRecord = CSingularRecord();
+}
+
 // After the forward pass: the rows as it left them, column 0 apart.
 void CCalc::KeepSingularRecord() {
     const int n = m_Size;
+    const size_t room = m_SingularRecords.Budget() / sizeof(CPlacedEntry);
+    std::vector<CPlacedEntry>& rows = m_NewRecord.rows;
     for (int i = 1; i < n; ++i) {
         const double* g = MatrixG[i];
         const unsigned char* f = FlagG[i];
-        for (int j = 1; j < n; ++j)
-            if (f[j] || g[j] != 0.0) m_NewRecord.rows.push_back({i, j, g[j], f[j]});
+        for (int j = 1; j < n; ++j) {
+            if (!f[j] && g[j] == 0.0) continue;
+            if (rows.size() == room) return DropNewRecord();
+            rows.push_back({i, j, g[j], f[j]});
+        }
     }
     m_SingularRecords.Store(std::move(m_NewRecord));
-    m_NewRecord = CSingularRecord();
+    DropNewRecord();
 }
 
 }  // namespace qz3

@@ -166,7 +166,6 @@ void CCalc::EliminateForward() {
     const int n = m_Size;
     double** G = MatrixG;
     unsigned char** F = FlagG;
-    std::vector<CRightSideStep>& steps = m_NewRecord.steps;
     for (int c = 1; c < n; ++c) {
         if (RowOff[c]) continue;
         const int best = FindListedPivot(c);
@@ -175,7 +174,7 @@ void CCalc::EliminateForward() {
             std::swap(G[best], G[c]);
             std::swap(F[best], F[c]);
             m_Entries.SwapPlaces(best, c);
-            if (m_RecordSteps) steps.push_back({CRightSideStep::Swap, best, c, 0.0});
+            if (m_RecordSteps) RecordStep({CRightSideStep::Swap, best, c, 0.0});
         }
         double* pivotRow = G[c];
         const double p = pivotRow[c];
@@ -184,7 +183,7 @@ void CCalc::EliminateForward() {
                 if (F[c][j]) pivotRow[j] /= p;
             pivotRow[c] = 1.0;
             pivotRow[0] /= p;
-            if (m_RecordSteps) steps.push_back({CRightSideStep::Scale, c, 0, p});
+            if (m_RecordSteps) RecordStep({CRightSideStep::Scale, c, 0, p});
         }
         for (const int32_t id : m_Entries.RowsOf(c)) {
             const int r = m_Entries.Place(id);
@@ -192,7 +191,7 @@ void CCalc::EliminateForward() {
             const double m = G[r][c];
             SubtractListedPivotRow(r, c, m);
             AddRound(&G[r][0], -pivotRow[0] * m);
-            if (m_RecordSteps) steps.push_back({CRightSideStep::Subtract, r, c, m});
+            if (m_RecordSteps) RecordStep({CRightSideStep::Subtract, r, c, m});
         }
     }
 }

@@ -18,28 +18,38 @@ const std::string kBuck = std::string(QZ3_SOURCE_DIR) + "/examples/buck_converte
 // The converter is small; lowering the size of the sparse ways sends it
 // through the row store and the sparse factors, whose singular trial states
 // of the switching search then go through Gauss-Jordan.
-void LoadAsLarge(CDoc& doc, bool records) {
+void LoadAsLarge(CDoc& doc, size_t recordBytes) {
     ASSERT_EQ(doc.Load(kBuck), 0) << doc.m_LastError;
     doc.m_Calc->m_SparseTrapMinSize = 1;
-    if (!records) doc.m_Calc->m_SingularRecords.SetBudget(0);
+    doc.m_Calc->m_SingularRecords.SetBudget(recordBytes);
     ASSERT_TRUE(doc.Start()) << doc.RunError();
 }
 
 TEST(CalcSingularSolve, RecordsGiveTheSameRunBitForBit) {
-    CDoc kept, plain;
-    LoadAsLarge(kept, true);
-    LoadAsLarge(plain, false);
+    // Records kept; none (the plain elimination every time); and a budget
+    // too small for any record, which must leave the run as it is.
+    CDoc kept, plain, tight;
+    LoadAsLarge(kept, qz3::CSingularRecords::kDefaultBudget);
+    LoadAsLarge(plain, 0);
+    LoadAsLarge(tight, 256);
     CCalc& a = *kept.m_Calc;
     CCalc& b = *plain.m_Calc;
+    CCalc& c = *tight.m_Calc;
     ASSERT_EQ(a.m_Total, b.m_Total);
     for (int turn = 0; a.m_Time < 3e-3; ++turn) {
         ASSERT_TRUE(a.StepOnce()) << a.m_Error;
-        ASSERT_TRUE(b.StepOnce()) << b.m_Error;
-        ASSERT_EQ(a.m_Time, b.m_Time) << "turn " << turn;
-        ASSERT_EQ(a.m_State, b.m_State) << "turn " << turn;
-        ASSERT_EQ(0, std::memcmp(a.VecX, b.VecX, sizeof(double) * static_cast<size_t>(a.m_Total))) << "turn " << turn;
-        ASSERT_EQ(0, std::memcmp(a.NodeBad, b.NodeBad, static_cast<size_t>(a.m_Size))) << "turn " << turn;
+        for (CCalc* other : {&b, &c}) {
+            ASSERT_TRUE(other->StepOnce()) << other->m_Error;
+            ASSERT_EQ(a.m_Time, other->m_Time) << "turn " << turn;
+            ASSERT_EQ(a.m_State, other->m_State) << "turn " << turn;
+            ASSERT_EQ(0, std::memcmp(a.VecX, other->VecX, sizeof(double) * static_cast<size_t>(a.m_Total)))
+                << "turn " << turn;
+            ASSERT_EQ(0, std::memcmp(a.NodeBad, other->NodeBad, static_cast<size_t>(a.m_Size))) << "turn " << turn;
+        }
     }
+    EXPECT_EQ(c.m_SingularRecords.Count(), 0);
+    EXPECT_EQ(c.m_SingularHits, 0);
+    EXPECT_EQ(c.m_SingularSolves, b.m_SingularSolves);
     // The search meets singular states at every event, but only a few distinct ones.
     EXPECT_GT(b.m_SingularSolves, 150);
     EXPECT_EQ(b.m_SingularHits, 0);
