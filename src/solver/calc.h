@@ -138,12 +138,12 @@ public:
     // the row store, a small one in the n x n matrices. Row 0 and column 0
     // hold nothing a solve reads; a large circuit drops what is written there.
     double& EntryG(int i, int j) {
-        if (!UsesSparseTrap()) return MatrixG[i][j];
+        if (!IsLargeCircuit()) return MatrixG[i][j];
         if (i <= 0 || j <= 0) return Discard();
         return m_Rows.At(i, j).g;
     }
     double& EntryC(int i, int j) {
-        if (!UsesSparseTrap()) return MatrixC[i][j];
+        if (!IsLargeCircuit()) return MatrixC[i][j];
         if (i <= 0 || j <= 0) return Discard();
         return m_Rows.At(i, j).c;
     }
@@ -163,7 +163,7 @@ public:
     bool ClaimOutput(int node, CCmp* cmp, int pin) override;
     bool AddWithSnap(double* a, double d) const override { return AddRound(a, d); }
     bool RowHasEntries(int i) const override {
-        return (UsesSparseTrap() ? m_Rows.AnyG(i) : FlagG[i][0]) != 0;
+        return (IsLargeCircuit() ? m_Rows.AnyG(i) : FlagG[i][0]) != 0;
     }
     void RequestJump() override { m_JumpRequest = true; }
     std::string ZTransformText() const override;
@@ -190,8 +190,8 @@ public:
     bool FillFlags();
     bool FillRowFlags();
     // The row flags (column 0 of FlagG and FlagC in the dense storage).
-    unsigned char& RowFlagG(int i) { return UsesSparseTrap() ? m_Rows.AnyG(i) : FlagG[i][0]; }
-    unsigned char& RowFlagC(int i) { return UsesSparseTrap() ? m_Rows.AnyC(i) : FlagC[i][0]; }
+    unsigned char& RowFlagG(int i) { return IsLargeCircuit() ? m_Rows.AnyG(i) : FlagG[i][0]; }
+    unsigned char& RowFlagC(int i) { return IsLargeCircuit() ? m_Rows.AnyC(i) : FlagC[i][0]; }
     // Calls visit(j, g, c, flagG, flagC) with references to each entry of row i
     // that may hold something, in rising columns (calc_entries.h).
     template <class Visit>
@@ -214,7 +214,7 @@ public:
     void FinishSolveReal();
     // A large circuit's singular system met before (calc_singular_solve.cpp):
     // true when its record has put the eliminated rows back and the right side
-    // through the forward pass; otherwise a new record is begun.
+    // through the forward pass; otherwise the key of a new record is set.
     bool ReplaySingularSolve();
     CFactorKey SingularKey() const;
     void RecordStep(const CRightSideStep& step);
@@ -238,7 +238,9 @@ public:
     // sparse one takes two thirds of the time, and below 48 the whole-row
     // walks are as quick and keep the exact dense arithmetic.
     static constexpr int kSparseTrapMinSize = 48;
-    bool UsesSparseTrap() const { return m_Size >= m_SparseTrapMinSize; }
+    // A large circuit keeps its equations in the row store and steps by the
+    // sparse factors; a small one keeps the n x n matrices.
+    bool IsLargeCircuit() const { return m_Size >= m_SparseTrapMinSize; }
     bool FactorTrapSparse();
     void CollectSystemColumns(CSparseColumns& a);
     template <class Visit>

@@ -47,7 +47,7 @@ bool CCalc::SolveAC(double f, int row) {
     m_Integrating = 1;
     m_Time = f;
     if (!Assemble()) return false;
-    if (UsesSparseTrap()) DensifyRows();
+    if (IsLargeCircuit()) DensifyRows();
     const int n = m_Size;
     for (int i = 0; i < n; ++i) VecE[i] = VecEIm[i] = 0.0;
     if (row > 0 && row < n) VecE[row] = -1.0;

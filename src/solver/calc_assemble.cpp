@@ -18,7 +18,7 @@ bool CCalc::Assemble() {
 void CCalc::ClearMatrices() {
     const size_t n = static_cast<size_t>(m_Size);
     const size_t m = static_cast<size_t>(m_Total);
-    if (UsesSparseTrap()) {
+    if (IsLargeCircuit()) {
         m_Rows.Clear();
     } else {
         std::memset(m_MatrixBlock, 0, 2 * n * n * sizeof(double));
@@ -99,7 +99,7 @@ void CCalc::LeakFloatingGroups() {
 
 // Marks the structure; false when some row is left without any entry.
 bool CCalc::FillFlags() {
-    if (UsesSparseTrap()) return FillRowFlags();
+    if (IsLargeCircuit()) return FillRowFlags();
     const int n = m_Size;
     bool allRowsUsed = true;
     for (int i = 1; i < n; ++i) {

@@ -9,7 +9,7 @@ namespace qz3 {
 
 template <class Visit>
 void CCalc::ForEachEntry(int i, Visit&& visit) {
-    if (UsesSparseTrap()) {
+    if (IsLargeCircuit()) {
         for (CRowEntry& e : m_Rows.Row(i)) visit(static_cast<int>(e.column), e.g, e.c, e.flagG, e.flagC);
         return;
     }

@@ -153,7 +153,7 @@ void CCalc::SolveReal() {
     const int n = m_Size;
     if (n < 1) return;
     m_RecordSteps = false;
-    if (UsesSparseTrap() && SolveLarge()) return;
+    if (IsLargeCircuit() && SolveLarge()) return;
     m_MatrixDirty = true;
     for (int i = 1; i < n; ++i) MatrixG[i][0] = VecX[i];
     ListEntries();

@@ -232,7 +232,7 @@ void CCalc::ClearRow(int i) {
 
 // Zeros need no flags: the flags are marked from the values after the stamps.
 void CCalc::ClearRowOf(int i, bool g, bool c) {
-    if (UsesSparseTrap()) {
+    if (IsLargeCircuit()) {
         for (CRowEntry& e : m_Rows.Row(i)) {
             if (g) e.g = 0.0;
             if (c) e.c = 0.0;

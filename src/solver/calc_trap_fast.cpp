@@ -14,7 +14,7 @@ bool CCalc::FactorTrap() {
     m_Integrating = 1;
     if (!Assemble()) return false;
     m_TrapSparse = false;
-    if (UsesSparseTrap()) {
+    if (IsLargeCircuit()) {
         PrepareTrapMatrices();
         m_TrapSparse = FactorTrapSparse();
         if (!m_TrapSparse) {
@@ -61,7 +61,7 @@ void CCalc::PrepareTrapMatrices() {
 }
 
 void CCalc::SetFlaggedC(int i, int j, double value) {
-    if (UsesSparseTrap()) {
+    if (IsLargeCircuit()) {
         CRowEntry& e = m_Rows.At(i, j);
         e.c = value;
         e.flagC = 1;
