@@ -216,6 +216,9 @@ public:
     // true when its record has put the eliminated rows back and the right side
     // through the forward pass; otherwise the key of a new record is set.
     bool ReplaySingularSolve();
+    // After a replayed solve: zeros what it wrote, so that the next one finds
+    // the storage clean without zeroing all of it.
+    void ClearReplayedSystem();
     CFactorKey SingularKey() const;
     void RecordStep(const CRightSideStep& step);
     void KeepSingularRecord();
@@ -458,6 +461,7 @@ public:
     CSingularRecord m_NewRecord;
     bool m_RecordSteps = false;
     std::vector<double> m_ReplayRight;
+    const CSingularRecord* m_Replayed = nullptr;  // until ClearReplayedSystem
     std::vector<int32_t> m_BadUnknowns;  // FinishSolveReal's, kept for their capacity
     // The entries SolveReal walks, by row and by column.
     CEntryLists m_Entries;

@@ -56,7 +56,29 @@ bool CCalc::ReplaySingularSolve() {
     for (const CPlacedEntry& e : record->rows)
         if (e.flag && !RowOff[e.row]) m_Entries.Add(e.row, e.column);
     ++m_SingularHits;
+    m_Replayed = record;
     return true;
+}
+
+// The replay wrote the record's rows and column 0; the rest of the solve
+// wrote the diagonal of free unknowns and the columns of those it could not find.
+void CCalc::ClearReplayedSystem() {
+    for (const CPlacedEntry& e : m_Replayed->rows) {
+        MatrixG[e.row][e.column] = 0.0;
+        FlagG[e.row][e.column] = 0;
+    }
+    m_Replayed = nullptr;
+    for (int i = 1; i < m_Size; ++i) {
+        double* g = MatrixG[i];
+        unsigned char* f = FlagG[i];
+        g[0] = g[i] = 0.0;
+        f[i] = 0;
+        for (const int32_t j : m_BadUnknowns) {
+            g[j] = 0.0;
+            f[j] = 0;
+        }
+    }
+    m_MatrixDirty = false;
 }
 
 void CCalc::RecordStep(const CRightSideStep& step) {

@@ -55,6 +55,7 @@ bool CCalc::SolveLarge() {
     ++m_SingularSolves;
     if (replayed) {
         FinishSolveReal();
+        ClearReplayedSystem();
         return true;
     }
     m_RecordSteps = m_SingularRecords.Budget() > 0;

@@ -1,6 +1,8 @@
 #include "solver/sparse_lu.h"
 
 #include <cmath>
+#include <cstring>
+#include <utility>
 
 #include "solver/sparse_order.h"
 
@@ -21,6 +23,11 @@ void CSparseColumns::Clear(int size) {
     value.clear();
 }
 
+bool CLuNumbers::MadeFrom(const CSparseColumns& a, double t) const {
+    return valid && tiny == t && input.size() == a.value.size() &&
+           std::memcmp(input.data(), a.value.data(), input.size() * sizeof(double)) == 0;
+}
+
 void CSparseLu::Reset(const CSparseColumns& a) {
     m_Ready = false;
     // The factors are about to change: no pattern may Refactor them until a Factor succeeds.
@@ -32,11 +39,12 @@ void CSparseLu::Reset(const CSparseColumns& a) {
     m_StepOfRow.assign(n, -1);
     m_LStart.assign(1, 0);
     m_LRow.clear();
-    m_LValue.clear();
     m_UStart.assign(1, 0);
     m_URow.clear();
-    m_UValue.clear();
-    m_Diagonal.assign(n, 0.0);
+    ForgetNumbers();
+    m_Now.l.clear();
+    m_Now.u.clear();
+    m_Now.diagonal.assign(n, 0.0);
     m_Work.assign(n, 0.0);
     m_Mark.assign(n, -1);
     m_Stack.assign(n, 0);
@@ -69,12 +77,15 @@ bool CSparseLu::Factor(const CSparseColumns& a, double tiny) {
         }
         m_PivotRow[k] = pivotRow;
         m_StepOfRow[pivotRow] = k;
-        m_Diagonal[k] = pivot;
+        m_Now.diagonal[k] = pivot;
         StoreLowerColumn(top, pivotRow, pivot);
         ClearWork(top);
     }
     m_PatternStart = a.start;
     m_PatternRow = a.row;
+    m_Now.input = a.value;
+    m_Now.tiny = tiny;
+    m_Now.valid = true;
     m_Ready = true;
     m_FoundSingular = false;
     return true;
@@ -132,9 +143,9 @@ void CSparseLu::ApplyColumnsBefore(int top) {
         if (step < 0) continue;
         const double v = m_Work[r];
         m_URow.push_back(step);
-        m_UValue.push_back(v);
+        m_Now.u.push_back(v);
         if (v == 0.0) continue;
-        for (int32_t q = m_LStart[step]; q < m_LStart[step + 1]; ++q) m_Work[m_LRow[q]] -= m_LValue[q] * v;
+        for (int32_t q = m_LStart[step]; q < m_LStart[step + 1]; ++q) m_Work[m_LRow[q]] -= m_Now.l[q] * v;
     }
     m_UStart.push_back(static_cast<int32_t>(m_URow.size()));
 }
@@ -157,7 +168,7 @@ void CSparseLu::StoreLowerColumn(int top, int pivotRow, double pivot) {
         const int r = m_Reach[p];
         if (r == pivotRow || m_StepOfRow[r] >= 0) continue;
         m_LRow.push_back(r);
-        m_LValue.push_back(m_Work[r] / pivot);
+        m_Now.l.push_back(m_Work[r] / pivot);
     }
     m_LStart.push_back(static_cast<int32_t>(m_LRow.size()));
 }
@@ -168,7 +179,26 @@ void CSparseLu::ClearWork(int top) {
 
 bool CSparseLu::Refactor(const CSparseColumns& a, double tiny) {
     if (a.n != m_N || a.start != m_PatternStart || a.row != m_PatternRow) return false;
+    if (TakeKeptNumbers(a, tiny)) {
+        ++m_Reused;
+        m_Ready = true;
+        return true;
+    }
+    KeepPresentNumbers();
     m_Ready = false;
+    if (!ComputeNumbers(a, tiny)) return false;
+    m_Now.input = a.value;
+    m_Now.tiny = tiny;
+    m_Now.valid = true;
+    m_Ready = true;
+    return true;
+}
+
+// The numbers of a over the kept order and places; false when a kept pivot no
+// longer holds.
+bool CSparseLu::ComputeNumbers(const CSparseColumns& a, double tiny) {
+    double* lValue = m_Now.l.data();
+    double* uValue = m_Now.u.data();
     for (int k = 0; k < m_N; ++k) {
         const int col = m_Order[k];
         double colMax = 0.0;
@@ -176,10 +206,10 @@ bool CSparseLu::Refactor(const CSparseColumns& a, double tiny) {
         for (int32_t u = m_UStart[k]; u < m_UStart[k + 1]; ++u) {
             const int step = m_URow[u];
             const double v = m_Work[m_PivotRow[step]];
-            m_UValue[u] = v;
+            uValue[u] = v;
             m_Work[m_PivotRow[step]] = 0.0;
             if (v == 0.0) continue;
-            for (int32_t q = m_LStart[step]; q < m_LStart[step + 1]; ++q) m_Work[m_LRow[q]] -= m_LValue[q] * v;
+            for (int32_t q = m_LStart[step]; q < m_LStart[step + 1]; ++q) m_Work[m_LRow[q]] -= lValue[q] * v;
         }
         const double pivot = m_Work[m_PivotRow[k]];
         m_Work[m_PivotRow[k]] = 0.0;
@@ -187,14 +217,44 @@ bool CSparseLu::Refactor(const CSparseColumns& a, double tiny) {
         for (int32_t q = m_LStart[k]; q < m_LStart[k + 1]; ++q) otherMax = std::fmax(otherMax, std::fabs(m_Work[m_LRow[q]]));
         const bool holds = std::fabs(pivot) > tiny * colMax && std::fabs(pivot) >= kKeptPivotShare * otherMax;
         for (int32_t q = m_LStart[k]; q < m_LStart[k + 1]; ++q) {
-            m_LValue[q] = holds ? m_Work[m_LRow[q]] / pivot : 0.0;
+            lValue[q] = holds ? m_Work[m_LRow[q]] / pivot : 0.0;
             m_Work[m_LRow[q]] = 0.0;
         }
         if (!holds) return false;
-        m_Diagonal[k] = pivot;
+        m_Now.diagonal[k] = pivot;
     }
-    m_Ready = true;
     return true;
+}
+
+// The present numbers, or kept ones made from the same values, which become
+// the present ones.
+bool CSparseLu::TakeKeptNumbers(const CSparseColumns& a, double tiny) {
+    if (m_Now.MadeFrom(a, tiny)) return true;
+    for (CLuNumbers& kept : m_Kept) {
+        if (!kept.MadeFrom(a, tiny)) continue;
+        std::swap(kept, m_Now);
+        return true;
+    }
+    return false;
+}
+
+// Sets the present numbers aside and leaves room for new ones over the same places.
+void CSparseLu::KeepPresentNumbers() {
+    if (m_Now.valid) {
+        std::swap(m_Kept[m_KeptNext], m_Now);
+        m_KeptNext = (m_KeptNext + 1) % kKeptNumbers;
+    }
+    m_Now.valid = false;
+    m_Now.l.resize(m_LRow.size());
+    m_Now.u.resize(m_URow.size());
+    m_Now.diagonal.resize(static_cast<size_t>(m_N));
+}
+
+// The order or the places change: no numbers made over the old ones may come back.
+void CSparseLu::ForgetNumbers() {
+    m_Now.valid = false;
+    for (CLuNumbers& kept : m_Kept) kept.valid = false;
+    m_KeptNext = 0;
 }
 
 bool CSparseLu::Update(const CSparseColumns& a, double tiny) {
@@ -204,17 +264,20 @@ bool CSparseLu::Update(const CSparseColumns& a, double tiny) {
 
 void CSparseLu::Solve(double* b) const {
     double* y = m_Steps.data();
+    const double* lValue = m_Now.l.data();
+    const double* uValue = m_Now.u.data();
+    const double* diagonal = m_Now.diagonal.data();
     for (int k = 0; k < m_N; ++k) {
         const double v = b[m_PivotRow[k]];
         y[k] = v;
         if (v == 0.0) continue;
-        for (int32_t q = m_LStart[k]; q < m_LStart[k + 1]; ++q) b[m_LRow[q]] -= m_LValue[q] * v;
+        for (int32_t q = m_LStart[k]; q < m_LStart[k + 1]; ++q) b[m_LRow[q]] -= lValue[q] * v;
     }
     for (int k = m_N - 1; k >= 0; --k) {
-        const double xk = y[k] / m_Diagonal[k];
+        const double xk = y[k] / diagonal[k];
         y[k] = xk;
         if (xk == 0.0) continue;
-        for (int32_t u = m_UStart[k]; u < m_UStart[k + 1]; ++u) y[m_URow[u]] -= m_UValue[u] * xk;
+        for (int32_t u = m_UStart[k]; u < m_UStart[k + 1]; ++u) y[m_URow[u]] -= uValue[u] * xk;
     }
     for (int k = 0; k < m_N; ++k) b[m_Order[k]] = y[k];
 }

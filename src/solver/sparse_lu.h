@@ -13,6 +13,12 @@
 // declines when a kept pivot has become small against its column, and then a
 // full factorisation chooses the pivots anew.
 //
+// The numbers of the last few matrices over the same pivot order are kept
+// with the values they were made from: a converter returns to the same
+// handful of steps and states period after period, and a matrix met again,
+// bit for bit, takes its numbers back instead of being refactored. Those are
+// the numbers a refactorisation would make, since they were made the same way.
+//
 // Use:
 //   CSparseColumns a; a.Clear(n); per column: a.Add(row, value)..., a.EndColumn();
 //   CSparseLu lu; if (!lu.Factor(a, tiny)) -> singular to within tiny
@@ -42,8 +48,20 @@ struct CSparseColumns {
     bool SamePattern(const CSparseColumns& o) const { return n == o.n && start == o.start && row == o.row; }
 };
 
+// The numbers of one factorisation, and the matrix values they come from.
+struct CLuNumbers {
+    std::vector<double> l, u, diagonal;
+    std::vector<double> input;
+    double tiny = 0.0;
+    bool valid = false;
+    bool MadeFrom(const CSparseColumns& a, double t) const;
+};
+
 class CSparseLu {
 public:
+    // Earlier numbers kept beside the present ones.
+    static constexpr int kKeptNumbers = 3;
+
     // Factors a with the columns in an order that keeps the fill small. A
     // column whose largest candidate pivot is not above tiny times the largest
     // entry of that column in a counts as singular: false, and nothing usable.
@@ -60,6 +78,8 @@ public:
     int Size() const { return m_N; }
     // Entries of L and U together (the diagonal included).
     size_t Entries() const { return m_LRow.size() + m_URow.size() + static_cast<size_t>(m_N); }
+    // Refactorisations answered by numbers kept from the same matrix.
+    int64_t NumbersReused() const { return m_Reused; }
     // Solves A x = b in place: b holds the right side by row on entry and the
     // solution by column on return.
     void Solve(double* b) const;
@@ -72,6 +92,10 @@ private:
     int ChoosePivot(int top) const;
     void StoreLowerColumn(int top, int pivotRow, double pivot);
     void ClearWork(int top);
+    bool TakeKeptNumbers(const CSparseColumns& a, double tiny);
+    void KeepPresentNumbers();
+    void ForgetNumbers();
+    bool ComputeNumbers(const CSparseColumns& a, double tiny);
 
     bool m_Ready = false;
     bool m_FoundSingular = false;
@@ -80,10 +104,11 @@ private:
     std::vector<int32_t> m_PivotRow;  // step k's pivot is this row of a
     std::vector<int32_t> m_StepOfRow;  // the inverse; -1 for a row not yet a pivot
     std::vector<int32_t> m_LStart, m_LRow;  // L without its unit diagonal; rows of a
-    std::vector<double> m_LValue;
     std::vector<int32_t> m_UStart, m_URow;  // U above the diagonal; rows are steps, in the order applied
-    std::vector<double> m_UValue;
-    std::vector<double> m_Diagonal;
+    CLuNumbers m_Now;  // of L, U and the diagonal, by the places above
+    CLuNumbers m_Kept[kKeptNumbers];  // over the same order and places; the oldest goes first
+    int m_KeptNext = 0;
+    int64_t m_Reused = 0;
     std::vector<int32_t> m_PatternStart, m_PatternRow;  // a's pattern at the last Factor
     std::vector<int32_t> m_OrderStart, m_OrderRow;      // the pattern m_Order was made for
     // Work of the factorisation and the solve, sized once per Factor.
