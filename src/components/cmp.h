@@ -182,6 +182,12 @@ public:
     // triggered a failed attempt to treat its open position as a leak
     // (`softOpen`); true for elements whose stamp honours that request.
     virtual bool CanSoftOpen() const { return false; }
+    // True when the element's entries in the equations follow only from its
+    // state, its parameters and what it stored at the last event, and when
+    // stamping changes nothing else: from one step to the next without an
+    // event they stay the same, and the solver may keep them instead of
+    // asking again. False unless a class has been written to that rule.
+    virtual bool StampsHoldBetweenEvents() const { return false; }
     // The variables a program of the element keeps (a code block's), which
     // formulas read as "component.variable"; null for most elements.
     virtual CVarList* Variables() { return nullptr; }

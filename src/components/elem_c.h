@@ -30,6 +30,7 @@ public:
 
     int PinKind(int pin) const override;
     bool Simulate(CSolverPort* calc, int phase, double t) override;
+    bool StampsHoldBetweenEvents() const override { return true; }
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
     bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;

@@ -20,6 +20,8 @@ public:
     bool CheckParams(CSolverPort* calc) override;
     int PinKind(int pin) const override;
     bool Simulate(CSolverPort* calc, int phase, double t) override;
+    // "IC" draws the node only while the operating point is searched.
+    bool StampsHoldBetweenEvents() const override { return false; }
     bool GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) override;
 
     CFormula r;             // "IC": the resistance that draws the node

@@ -30,6 +30,7 @@ public:
 
     int AssignBranches(CSolverPort* calc, int first) override;
     bool Simulate(CSolverPort* calc, int phase, double t) override;
+    bool StampsHoldBetweenEvents() const override { return true; }
     bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
     bool GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) override;
     void Transform(const CTransform& edit) override;

@@ -18,6 +18,7 @@ public:
     bool Xml(CXmlNode* node, bool modelOnly) override;
     bool CheckParams(CSolverPort* calc) override;
     bool Simulate(CSolverPort* calc, int phase, double t) override;
+    bool StampsHoldBetweenEvents() const override { return true; }
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
     bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;

@@ -35,6 +35,7 @@
 #include "solver/error_mark.h"
 #include "solver/entry_lists.h"
 #include "solver/factor_cache.h"
+#include "solver/assembly_copy.h"
 #include "solver/row_store.h"
 #include "solver/singular_record.h"
 #include "solver/sparse_lu.h"
@@ -182,6 +183,11 @@ public:
 
     // ---- assembly (calc_assemble.cpp)
     bool Assemble();
+    // Assemble, for the Euler phase and the factorisation that ends it: the
+    // first of them keeps a copy that the others take back, when every
+    // element's stamps hold between events.
+    bool AssembleInStretch();
+    bool AssemblyCanBeKept() const;
     void ClearMatrices();
     bool FinishAssembly();
     void InitNodeGroups();
@@ -449,6 +455,10 @@ public:
     // and column 0 go.
     CRowStore m_Rows;
     double m_Discard = 0.0;
+    // The assembly of the present Euler phase (see AssembleInStretch), and
+    // whether this run may keep one: decided at its start.
+    CAssemblyCopy m_AssemblyCopy;
+    bool m_AssemblyKeepable = false;
     // The n x n storage holds something: a small circuit's matrices, or a
     // large circuit's copy once a dense way has used it. Fresh storage is zero,
     // and a large circuit that never needs the dense ways never touches it.

@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "components/cmp.h"
 #include "solver/calc.h"
 #include "solver/calc_entries.h"
 
@@ -7,12 +8,42 @@ namespace qz3 {
 
 // The equations for the present element states.
 bool CCalc::Assemble() {
+    m_AssemblyCopy.Drop();
     ClearMatrices();
     // Pass 1 is for elements that overwrite rows others have written (forced outputs).
     for (m_StampPass = 0; m_StampPass < 2; ++m_StampPass)
         if (!RunPhase(PhaseStamp, m_Time)) return false;
     m_StampPass = 1;
     return FinishAssembly();
+}
+
+// The Euler steps after an event and the factorisation that follows them
+// share the states of that event; a bisection inside the phase keeps them
+// too. Any other assembly (the search, a step towards an event or a break,
+// a new run) drops the copy.
+bool CCalc::AssembleInStretch() {
+    const bool stretch = m_AssemblyKeepable && (m_State == StateEuler || m_State == StateFactor);
+    if (stretch && m_AssemblyCopy.Held()) {
+        m_AssemblyCopy.PutBack(m_Rows, VecB);
+        // What ClearMatrices zeros for the phases that follow an assembly.
+        const size_t n = static_cast<size_t>(m_Size);
+        std::memset(VecE, 0, n * sizeof(double));
+        std::memset(VecEIm, 0, n * sizeof(double));
+        std::memset(NodeBad, 0, n);
+        return true;
+    }
+    if (!Assemble()) return false;
+    if (stretch) m_AssemblyCopy.Take(m_Rows, VecB, m_Size);
+    return true;
+}
+
+// Only the row store is copied: a small circuit's dense elimination works in
+// its matrices, and copying them would cost what assembling them does.
+bool CCalc::AssemblyCanBeKept() const {
+    if (!IsLargeCircuit()) return false;
+    for (const CCmp* cmp : m_Cmps)
+        if (!cmp->IsSubCircuit() && !cmp->StampsHoldBetweenEvents()) return false;
+    return true;
 }
 
 void CCalc::ClearMatrices() {

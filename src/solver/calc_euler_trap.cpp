@@ -10,7 +10,7 @@ namespace qz3 {
 // (G + C/h) x = -(E + B) + (C/h) p, with p = VecXPrev.
 bool CCalc::StepEuler() {
     m_Integrating = 1;
-    if (!Assemble()) return false;
+    if (!AssembleInStretch()) return false;
     if (!RunPhase(PhaseSources, m_Time + m_Step)) return false;
     const int n = m_Size;
     const double h = m_Step;

@@ -12,7 +12,7 @@ namespace qz3 {
 // circuit keeps sparse factors of A instead (calc_trap_sparse.cpp).
 bool CCalc::FactorTrap() {
     m_Integrating = 1;
-    if (!Assemble()) return false;
+    if (!AssembleInStretch()) return false;
     m_TrapSparse = false;
     if (IsLargeCircuit()) {
         PrepareTrapMatrices();
