@@ -2,7 +2,7 @@
 
 namespace qz3 {
 
-void CAssemblyCopy::Take(const CRowStore& rows, const double* b, int n) {
+void CAssemblyCopy::Take(const CRowStore& rows, const double* b, int n, uint64_t id) {
     m_Rows.clear();
     m_Start.assign(1, 0);
     m_AnyG.clear();
@@ -17,6 +17,7 @@ void CAssemblyCopy::Take(const CRowStore& rows, const double* b, int n) {
         m_AnyC.push_back(rows.AnyC(i));
     }
     m_B.assign(b, b + n);
+    m_Id = id;
     m_Held = true;
 }
 

@@ -16,11 +16,13 @@ namespace qz3 {
 
 class CAssemblyCopy {
 public:
-    // Copies the written rows of the store and the constant sources b[0 .. n).
-    void Take(const CRowStore& rows, const double* b, int n);
+    // Copies the written rows of the store and the constant sources b[0 .. n)
+    // of the assembly numbered id.
+    void Take(const CRowStore& rows, const double* b, int n, uint64_t id);
     // Empties the store and puts the copied rows and sources back.
     void PutBack(CRowStore& rows, double* b) const;
     bool Held() const { return m_Held; }
+    uint64_t Id() const { return m_Id; }
     void Drop() { m_Held = false; }
 
 private:
@@ -29,6 +31,7 @@ private:
     std::vector<unsigned char> m_AnyG, m_AnyC;  // and its row flags
     std::vector<CRowEntry> m_Entries;
     std::vector<double> m_B;
+    uint64_t m_Id = 0;
     bool m_Held = false;
 };
 

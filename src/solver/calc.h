@@ -261,6 +261,8 @@ public:
     // elimination must run after all.
     bool SolveLarge();
     bool SolveSparse(CSparseLu& pattern);
+    void SolveBy(const CSparseLu& lu);
+    bool SameEulerSystem() const;
 
     // ---- AC analysis (calc_ac.cpp)
     bool SolveAcOperatingPoint();
@@ -459,6 +461,20 @@ public:
     // whether this run may keep one: decided at its start.
     CAssemblyCopy m_AssemblyCopy;
     bool m_AssemblyKeepable = false;
+    // Assemblies are numbered; the rows hold the equations of this one.
+    uint64_t m_Assemblies = 0;
+    uint64_t m_RowsAssembly = 0;
+    // The last Euler step solved by sparse factors: another step of the same
+    // assembly, length and rounding solves the same matrix with them. Any
+    // other collection of a sparse system forgets it.
+    struct CEulerSystem {
+        uint64_t assembly = 0;
+        double step = 0.0;
+        double zero = 0.0;
+        const CSparseLu* lu = nullptr;
+    };
+    CEulerSystem m_LastEuler;
+    bool m_SolvingEuler = false;  // SolveReal is called by StepEuler
     // The n x n storage holds something: a small circuit's matrices, or a
     // large circuit's copy once a dense way has used it. Fresh storage is zero,
     // and a large circuit that never needs the dense ways never touches it.

@@ -9,6 +9,7 @@ namespace qz3 {
 // The equations for the present element states.
 bool CCalc::Assemble() {
     m_AssemblyCopy.Drop();
+    m_RowsAssembly = ++m_Assemblies;
     ClearMatrices();
     // Pass 1 is for elements that overwrite rows others have written (forced outputs).
     for (m_StampPass = 0; m_StampPass < 2; ++m_StampPass)
@@ -25,6 +26,7 @@ bool CCalc::AssembleInStretch() {
     const bool stretch = m_AssemblyKeepable && (m_State == StateEuler || m_State == StateFactor);
     if (stretch && m_AssemblyCopy.Held()) {
         m_AssemblyCopy.PutBack(m_Rows, VecB);
+        m_RowsAssembly = m_AssemblyCopy.Id();
         // What ClearMatrices zeros for the phases that follow an assembly.
         const size_t n = static_cast<size_t>(m_Size);
         std::memset(VecE, 0, n * sizeof(double));
@@ -33,7 +35,7 @@ bool CCalc::AssembleInStretch() {
         return true;
     }
     if (!Assemble()) return false;
-    if (stretch) m_AssemblyCopy.Take(m_Rows, VecB, m_Size);
+    if (stretch) m_AssemblyCopy.Take(m_Rows, VecB, m_Size, m_RowsAssembly);
     return true;
 }
 

@@ -32,7 +32,9 @@ bool CCalc::StepEuler() {
         }
         VecX[i] = r;
     }
+    m_SolvingEuler = true;
     SolveReal();
+    m_SolvingEuler = false;
     return ResolveLinks();
 }
 

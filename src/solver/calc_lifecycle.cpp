@@ -74,6 +74,7 @@ bool CCalc::StartRun() {
     m_TrapLu = nullptr;
     m_TrapLus.Clear();
     m_SolveLus.Clear();
+    m_LastEuler = CEulerSystem{};
     m_AssemblyCopy.Drop();
     m_AssemblyKeepable = AssemblyCanBeKept();
     for (int32_t& limit : m_IterLimit) limit = 10;

@@ -42,6 +42,10 @@ void CCalc::ClearDenseStorage() {
 // SolveReal of a large circuit: true when solved; false when the dense
 // elimination must run, on the rows copied out for it.
 bool CCalc::SolveLarge() {
+    if (m_SolvingEuler && SameEulerSystem()) {
+        SolveBy(*m_LastEuler.lu);
+        return true;
+    }
     CollectSystemColumns(m_SolveColumns);
     CSparseLu& lu = m_SolveLus.Pattern(m_SolveColumns);
     // A pattern that was singular last time is mostly a trial state met
@@ -49,7 +53,10 @@ bool CCalc::SolveLarge() {
     const bool suspect = lu.FoundSingular();
     bool replayed = suspect && ReplaySingularSolve();
     if (!replayed) {
-        if (SolveSparse(lu)) return true;
+        if (SolveSparse(lu)) {
+            if (m_SolvingEuler) m_LastEuler = {m_RowsAssembly, m_Step, m_Zero, &lu};
+            return true;
+        }
         replayed = !suspect && ReplaySingularSolve();
     }
     ++m_SingularSolves;
@@ -67,16 +74,29 @@ bool CCalc::SolveLarge() {
 bool CCalc::SolveSparse(CSparseLu& pattern) {
     const CSparseLu* lu = m_SolveLus.Factorise(pattern, m_SolveColumns, m_Zero);
     if (!lu) return false;
+    SolveBy(*lu);
+    return true;
+}
+
+// The right side is VecX over the unknowns of the last system collected.
+void CCalc::SolveBy(const CSparseLu& lu) {
     const int size = static_cast<int>(m_SparseUnknown.size());
     m_SolveRight.resize(static_cast<size_t>(size));
     double* right = m_SolveRight.data();
     for (int s = 0; s < size; ++s) right[s] = VecX[m_SparseUnknown[s]];
-    lu->Solve(right);
+    lu.Solve(right);
     const int n = m_Size;
     for (int i = 0; i < n; ++i) NodeBad[i] = 0;
     for (int i = 1; i < n; ++i) VecX[i] = 0.0;
     for (int s = 0; s < size; ++s) VecX[m_SparseUnknown[s]] = -right[s];
-    return true;
+}
+
+// The rows hold the assembly of the last Euler step solved, and this step has
+// its length and rounding: the same matrix, whose factors are still the last
+// ones made (any collection since would have forgotten them).
+bool CCalc::SameEulerSystem() const {
+    return m_LastEuler.lu && m_LastEuler.assembly == m_RowsAssembly && m_LastEuler.step == m_Step &&
+           m_LastEuler.zero == m_Zero;
 }
 
 }  // namespace qz3

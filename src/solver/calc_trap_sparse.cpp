@@ -28,6 +28,7 @@ bool CCalc::FactorTrapSparse() {
 // Numbers the unknowns in the system (the rows not out of it) and copies the
 // flagged entries of G over them by columns.
 void CCalc::CollectSystemColumns(CSparseColumns& a) {
+    m_LastEuler.lu = nullptr;
     const int n = m_Size;
     m_SparseSlot.assign(static_cast<size_t>(n), -1);
     m_SparseUnknown.clear();
