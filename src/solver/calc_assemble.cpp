@@ -20,8 +20,10 @@ bool CCalc::Assemble() {
 
 // The Euler steps after an event and the factorisation that follows them
 // share the states of that event; a bisection inside the phase keeps them
-// too. Any other assembly (the search, a step towards an event or a break,
-// a new run) drops the copy.
+// too. The search of the event's first step keeps each attempt's assembly, so
+// that the phase starts from that of the states found. Any other assembly (a
+// step towards an event or a break, a new run) drops the copy, and so does a
+// search that had to loosen the equations.
 bool CCalc::AssembleInStretch() {
     const bool stretch = m_AssemblyKeepable && (m_State == StateEuler || m_State == StateFactor);
     if (stretch && m_AssemblyCopy.Held()) {
@@ -35,7 +37,8 @@ bool CCalc::AssembleInStretch() {
         return true;
     }
     if (!Assemble()) return false;
-    if (stretch) m_AssemblyCopy.Take(m_Rows, VecB, m_Size, m_RowsAssembly);
+    const bool search = m_AssemblyKeepable && m_State == StateFirst;
+    if (stretch || search) m_AssemblyCopy.Take(m_Rows, VecB, m_Size, m_RowsAssembly);
     return true;
 }
 

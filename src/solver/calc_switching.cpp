@@ -49,12 +49,14 @@ int CCalc::SolveSwitching(bool euler) {
     }
     const double zeroKept = m_Zero;
     int r = kFound;
+    bool loosened = false;
     for (int round = 0; m_Zero < kZeroLimit && round < kMaxZeroRounds; ++round) {
         for (int pass = 0; pass < 2 && !EndsSearch(r = TrySwitching(euler, 0, pass)); ++pass) {
             m_FirstOnly = true;
             r = TrySwitching(euler, 1, pass);
             m_FirstOnly = false;
             if (EndsSearch(r)) break;
+            loosened = true;
             if (m_Trigger && m_Trigger->CanSoftOpen()) {
                 CCmp* trigger = m_Trigger;
                 trigger->softOpen = true;
@@ -72,8 +74,11 @@ int CCalc::SolveSwitching(bool euler) {
             if (EndsSearch(r)) break;
         }
         if (EndsSearch(r)) break;
+        loosened = true;
         m_Zero *= 10.0;
     }
+    // The equations of a loosened attempt are not those the states will keep.
+    if (loosened) m_AssemblyCopy.Drop();
     if (r == kNoSolution) {
         std::string text = "No solution ";
         if (m_Trigger) text += " while calculating switching triggered by " + CmpFullName(m_Trigger);
