@@ -242,11 +242,12 @@ public:
     CFactorEntry SaveTrapFactor(const CFactorKey& key) const;
     void RestoreTrapFactor(const CFactorEntry& entry);
     // Large circuits step by sparse triangular solves (calc_trap_sparse.cpp),
-    // and solve, clear and mark their matrices the sparse way. The ways cost
-    // the same near 20 to 40 unknowns on the multiphase converters; at 69 the
-    // sparse one takes two thirds of the time, and below 48 the whole-row
-    // walks are as quick and keep the exact dense arithmetic.
-    static constexpr int kSparseTrapMinSize = 48;
+    // and solve, clear and mark their matrices the sparse way. Since the Euler
+    // phase keeps its assembly and its factors, the sparse way is ahead from
+    // about 20 unknowns (4 converter phases, 21 unknowns: 90 against 124 ms;
+    // 8 phases, 37 unknowns: 210 against 410 ms). Below 16 the two are within
+    // the noise of a measurement, and tiny circuits keep the dense arithmetic.
+    static constexpr int kSparseTrapMinSize = 16;
     // A large circuit keeps its equations in the row store and steps by the
     // sparse factors; a small one keeps the n x n matrices.
     bool IsLargeCircuit() const { return m_Size >= m_SparseTrapMinSize; }
