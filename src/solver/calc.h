@@ -462,6 +462,11 @@ public:
     // whether this run may keep one: decided at its start.
     CAssemblyCopy m_AssemblyCopy;
     bool m_AssemblyKeepable = false;
+    bool m_KeepAssemblies = true;  // a test turns it off to compare both ways
+    // Steps of this run that took the kept assembly back, and Euler steps
+    // that solved with the factors of the step before.
+    int64_t m_AssemblyReuses = 0;
+    int64_t m_EulerReuses = 0;
     // Assemblies are numbered; the rows hold the equations of this one.
     uint64_t m_Assemblies = 0;
     uint64_t m_RowsAssembly = 0;

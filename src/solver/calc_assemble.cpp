@@ -29,6 +29,7 @@ bool CCalc::AssembleInStretch() {
     if (stretch && m_AssemblyCopy.Held()) {
         m_AssemblyCopy.PutBack(m_Rows, VecB);
         m_RowsAssembly = m_AssemblyCopy.Id();
+        ++m_AssemblyReuses;
         // What ClearMatrices zeros for the phases that follow an assembly.
         const size_t n = static_cast<size_t>(m_Size);
         std::memset(VecE, 0, n * sizeof(double));
@@ -45,7 +46,7 @@ bool CCalc::AssembleInStretch() {
 // Only the row store is copied: a small circuit's dense elimination works in
 // its matrices, and copying them would cost what assembling them does.
 bool CCalc::AssemblyCanBeKept() const {
-    if (!IsLargeCircuit()) return false;
+    if (!m_KeepAssemblies || !IsLargeCircuit()) return false;
     for (const CCmp* cmp : m_Cmps)
         if (!cmp->IsSubCircuit() && !cmp->StampsHoldBetweenEvents()) return false;
     return true;

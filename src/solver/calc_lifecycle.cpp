@@ -37,6 +37,7 @@ void CCalc::BeginRun(bool transient) {
     m_FirstStore = true;
     m_FactorCount = m_FactorHits = 0;
     m_SingularSolves = m_SingularHits = 0;
+    m_AssemblyReuses = m_EulerReuses = 0;
     LoadRunSettings();
     std::srand(static_cast<unsigned>(std::time(nullptr)));
     m_Terminate = false;

@@ -43,6 +43,7 @@ void CCalc::ClearDenseStorage() {
 // elimination must run, on the rows copied out for it.
 bool CCalc::SolveLarge() {
     if (m_SolvingEuler && SameEulerSystem()) {
+        ++m_EulerReuses;
         SolveBy(*m_LastEuler.lu);
         return true;
     }

@@ -13,6 +13,8 @@ namespace qz3 {
 bool CCalc::FactorTrap() {
     m_Integrating = 1;
     if (!AssembleInStretch()) return false;
+    // The factorisation ends the Euler phase and changes C and the rows' shape.
+    m_AssemblyCopy.Drop();
     m_TrapSparse = false;
     if (IsLargeCircuit()) {
         PrepareTrapMatrices();

@@ -31,14 +31,6 @@ CRowEntry& CRowStore::At(int i, int j) {
     return *row.insert(row.begin() + static_cast<std::ptrdiff_t>(at), CRowEntry{j, 0, 0, 0.0, 0.0});
 }
 
-void CRowStore::SetRow(int i, const CRowEntry* first, const CRowEntry* last, unsigned char anyG, unsigned char anyC) {
-    std::vector<CRowEntry>& row = m_Rows[static_cast<size_t>(i)];
-    if (row.empty()) m_Written.push_back(i);
-    row.assign(first, last);
-    m_AnyG[static_cast<size_t>(i)] = anyG;
-    m_AnyC[static_cast<size_t>(i)] = anyC;
-}
-
 size_t CRowStore::Entries() const {
     size_t count = 0;
     for (const std::vector<CRowEntry>& row : m_Rows) count += row.size();

@@ -34,8 +34,6 @@ public:
     void Clear();
     // The entry of row i (>= 1) and column j (>= 1), made with zeros when new.
     CRowEntry& At(int i, int j);
-    // Row i, empty since the last clear, takes these entries and row flags.
-    void SetRow(int i, const CRowEntry* first, const CRowEntry* last, unsigned char anyG, unsigned char anyC);
     std::vector<CRowEntry>& Row(int i) { return m_Rows[static_cast<size_t>(i)]; }
     const std::vector<CRowEntry>& Row(int i) const { return m_Rows[static_cast<size_t>(i)]; }
     // Row flags: some entry of the row is flagged in G (in C).
