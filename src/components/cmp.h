@@ -65,6 +65,9 @@ enum Phase : int {
     PhaseFloat = 13,
     PhasePins = 14,
 };
+constexpr int kPhaseCount = 15;
+constexpr uint32_t PhaseBit(int phase) { return uint32_t{1} << phase; }
+constexpr uint32_t kAllPhases = PhaseBit(kPhaseCount) - 1;
 
 // Bits of PinKind.
 enum PinKindBits : int {
@@ -188,6 +191,9 @@ public:
     // event they stay the same, and the solver may keep them instead of
     // asking again. False unless a class has been written to that rule.
     virtual bool StampsHoldBetweenEvents() const { return false; }
+    // The phases in which Simulate does anything, as PhaseBit()s: the solver
+    // calls an element only in those. Every phase unless a class lists its own.
+    virtual uint32_t SimulatedPhases() const { return kAllPhases; }
     // The variables a program of the element keeps (a code block's), which
     // formulas read as "component.variable"; null for most elements.
     virtual CVarList* Variables() { return nullptr; }

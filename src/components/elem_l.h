@@ -33,6 +33,9 @@ public:
 
     bool Simulate(CSolverPort* calc, int phase, double t) override;
     bool StampsHoldBetweenEvents() const override { return true; }
+    uint32_t SimulatedPhases() const override {
+        return PhaseBit(PhaseInit) | PhaseBit(PhaseStore) | PhaseBit(PhaseCheckIC) | PhaseBit(PhaseStamp) | PhaseBit(PhasePins);
+    }
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
     bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;

@@ -22,6 +22,7 @@ public:
     bool Simulate(CSolverPort* calc, int phase, double t) override;
     // "IC" draws the node only while the operating point is searched.
     bool StampsHoldBetweenEvents() const override { return false; }
+    uint32_t SimulatedPhases() const override { return kAllPhases; }
     bool GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) override;
 
     CFormula r;             // "IC": the resistance that draws the node

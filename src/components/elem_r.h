@@ -31,6 +31,9 @@ public:
     int AssignBranches(CSolverPort* calc, int first) override;
     bool Simulate(CSolverPort* calc, int phase, double t) override;
     bool StampsHoldBetweenEvents() const override { return true; }
+    uint32_t SimulatedPhases() const override {
+        return PhaseBit(PhaseInit) | PhaseBit(PhaseReset) | PhaseBit(PhaseStamp) | PhaseBit(PhasePins);
+    }
     bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;
     bool GetTraceNodes(CSolverPort* calc, int kind, int* nodeA, int* nodeB, int* branch, double* r) override;
     void Transform(const CTransform& edit) override;

@@ -19,6 +19,9 @@ public:
     bool CheckParams(CSolverPort* calc) override;
     bool Simulate(CSolverPort* calc, int phase, double t) override;
     bool StampsHoldBetweenEvents() const override { return true; }
+    uint32_t SimulatedPhases() const override {
+        return PhaseBit(PhaseInit) | PhaseBit(PhaseReset) | PhaseBit(PhaseStamp) | PhaseBit(PhaseSources) | PhaseBit(PhasePins);
+    }
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
     bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;

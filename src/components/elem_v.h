@@ -40,6 +40,9 @@ public:
     int PinKind(int pin) const override;
     bool Simulate(CSolverPort* calc, int phase, double t) override;
     bool StampsHoldBetweenEvents() const override { return true; }
+    uint32_t SimulatedPhases() const override {
+        return PhaseBit(PhaseInit) | PhaseBit(PhaseReset) | PhaseBit(PhaseStamp) | PhaseBit(PhaseSources) | PhaseBit(PhaseSample) | PhaseBit(PhasePins);
+    }
     std::string GetState() override;
     std::string SaveIC(std::string& out, int index, bool apply) override;
     bool CheckState(CSolverPort* calc, bool commit, bool* changed) override;

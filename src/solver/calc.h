@@ -314,7 +314,13 @@ public:
     // ---- component and document walks (calc_walks.cpp)
     bool PrepareCmps();
     bool PrepareCmpList(CCmps* list);
+    // Simulate(phase, t) on every element that takes part in the phase (in
+    // the order of m_Cmps); false at the first that fails.
     bool RunPhase(int phase, double t);
+    // The elements of m_Cmps by the phases they take part in (subcircuit
+    // containers in none), made when the list is complete.
+    void ListPhaseCmps();
+    void ForgetPhaseCmps();
     bool CollectPinNodes();
     int AssignAllBranches(int first);
     void RenumberPins();
@@ -403,6 +409,7 @@ public:
     CNodeLink* NodeLink = nullptr;
 
     TList<CCmp> m_Cmps;
+    std::vector<CCmp*> m_PhaseCmps[kPhaseCount];
     int32_t m_MaxNode = 0;
     // The clock (ClockMs) from which the switching search of this turn counts
     // its time-out. A turn starts with kTicksUnread and the search reads the

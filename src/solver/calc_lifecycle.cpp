@@ -94,6 +94,7 @@ bool CCalc::EndRun() {
 void CCalc::FreeRun() {
     FreeMatrices();
     ClearSnapshots();
+    ForgetPhaseCmps();
     m_Cmps.Clear();
     m_Cmps.Shrink();
     m_NodePairs.clear();

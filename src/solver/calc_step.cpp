@@ -330,8 +330,8 @@ void CCalc::AskBreak(double t) {
 }
 
 bool CCalc::StoreResults() {
-    for (CCmp* cmp : m_Cmps)
-        if (cmp && !cmp->IsSubCircuit() && !cmp->Simulate(this, PhaseHistory, m_Time)) return false;
+    for (CCmp* cmp : m_PhaseCmps[PhaseHistory])
+        if (!cmp->Simulate(this, PhaseHistory, m_Time)) return false;
     bool hold = false;
     if (!Advanced().m_StoreBeforeStart) {
         const bool early = m_Time < m_StartTime && !TimesMeet(m_Time, m_StartTime);

@@ -53,10 +53,13 @@ bool JoinLabelsByName(CCmps* list, CCalc& calc) {
 }  // namespace
 
 bool CCalc::PrepareCmps() {
+    ForgetPhaseCmps();
     // Elements that run programs at preparation measure their time from here.
     m_Ticks = ClockMs();
     CCmps* cmps = RunDocument(m_Doc).cmps;
-    return cmps ? PrepareCmpList(cmps) : true;
+    if (cmps && !PrepareCmpList(cmps)) return false;
+    ListPhaseCmps();
+    return true;
 }
 
 // All faults of all components are listed before the run gives up.
@@ -101,9 +104,23 @@ bool CCalc::PrepareCmpList(CCmps* list) {
 }
 
 bool CCalc::RunPhase(int phase, double t) {
-    for (CCmp* cmp : m_Cmps)
-        if (!cmp->IsSubCircuit() && !cmp->Simulate(this, phase, t)) return false;
+    for (CCmp* cmp : m_PhaseCmps[phase])
+        if (!cmp->Simulate(this, phase, t)) return false;
     return true;
+}
+
+void CCalc::ListPhaseCmps() {
+    ForgetPhaseCmps();
+    for (CCmp* cmp : m_Cmps) {
+        if (cmp->IsSubCircuit()) continue;
+        const uint32_t phases = cmp->SimulatedPhases();
+        for (int phase = 0; phase < kPhaseCount; ++phase)
+            if (phases & PhaseBit(phase)) m_PhaseCmps[phase].push_back(cmp);
+    }
+}
+
+void CCalc::ForgetPhaseCmps() {
+    for (std::vector<CCmp*>& list : m_PhaseCmps) list.clear();
 }
 
 bool CCalc::CollectPinNodes() {
