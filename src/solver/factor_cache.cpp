@@ -28,19 +28,15 @@ uint64_t Mix(uint64_t x) {
 
 size_t CFactorEntry::Bytes() const { return sizeof(CFactorEntry) + RowsBytes(g) + RowsBytes(c) + VectorBytes(b); }
 
-// Two chains with different multipliers; a false match needs both to collide.
-void CFactorHasher::Add(uint64_t word) {
-    m_A = Mix(m_A ^ word) + 0x632be59bd9b4e019ull;
-    m_B = (m_B ^ Mix(word + 0x9e3779b97f4a7c15ull)) * 0x100000001b3ull;
+// The lanes folded through the finaliser, with the number of words: a key
+// depends on every bit of every lane.
+CFactorKey CFactorHasher::Key() const {
+    uint64_t a = Mix(m_Count), b = Mix(~m_Count);
+    for (int lane = 0; lane < 4; ++lane) {
+        a = Mix(a ^ m_A[lane]);
+        b = Mix(b + m_B[lane]);
+    }
+    return {a, b};
 }
-
-// The bits themselves: -0 and 0 differ, which only costs a miss.
-void CFactorHasher::AddDouble(double v) {
-    uint64_t bits = 0;
-    std::memcpy(&bits, &v, sizeof bits);
-    Add(bits);
-}
-
-CFactorKey CFactorHasher::Key() const { return {Mix(m_A), Mix(m_B)}; }
 
 }  // namespace qz3

@@ -15,6 +15,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <list>
 #include <utility>
 #include <vector>
@@ -93,13 +94,31 @@ using CFactorCache = CKeptCache<CFactorEntry>;
 // Builds a CFactorKey word by word.
 class CFactorHasher {
 public:
-    void Add(uint64_t word);
-    void AddDouble(double v);
+    // Words go round four lanes, so that the multiplications of neighbouring
+    // words overlap instead of waiting for each other. Each step is one-to-one
+    // in the lane and in the word: inputs that differ in one word never meet.
+    void Add(uint64_t word) {
+        uint64_t& a = m_A[m_Lane];
+        uint64_t& b = m_B[m_Lane];
+        a = Rotate(a ^ word, 29) * 0x9fb21c651e98df25ull;
+        b = Rotate(b + word, 41) * 0xd6e8feb86659fd93ull;
+        m_Lane = (m_Lane + 1) & 3;
+        ++m_Count;
+    }
+    // The bits themselves: -0 and 0 differ, which only costs a miss.
+    void AddDouble(double v) {
+        uint64_t bits = 0;
+        std::memcpy(&bits, &v, sizeof bits);
+        Add(bits);
+    }
     CFactorKey Key() const;
 
 private:
-    uint64_t m_A = 0x9e3779b97f4a7c15ull;
-    uint64_t m_B = 0xc2b2ae3d27d4eb4full;
+    static uint64_t Rotate(uint64_t x, int r) { return x << r | x >> (64 - r); }
+    uint64_t m_A[4] = {0x9e3779b97f4a7c15ull, 0x632be59bd9b4e019ull, 0x85ebca6b2f4a7c15ull, 0xc2b2ae3d27d4eb4full};
+    uint64_t m_B[4] = {0x27d4eb2f165667c5ull, 0x94d049bb133111ebull, 0xbf58476d1ce4e5b9ull, 0x165667b19e3779f9ull};
+    int m_Lane = 0;
+    uint64_t m_Count = 0;
 };
 
 }  // namespace qz3

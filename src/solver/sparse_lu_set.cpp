@@ -1,26 +1,25 @@
 #include "solver/sparse_lu_set.h"
 
+#include "solver/factor_cache.h"
+
 namespace qz3 {
 
 namespace {
 
 uint64_t PatternHash(const CSparseColumns& a) {
-    uint64_t h = 0x9e3779b97f4a7c15ull ^ static_cast<uint64_t>(a.n);
-    const auto mix = [&h](uint64_t v) {
-        h ^= v + 0x9e3779b97f4a7c15ull + (h << 6) + (h >> 2);
-        h *= 0xff51afd7ed558ccdull;
-    };
-    // Two numbers a word: the chain of multiplications is what takes the time.
-    const auto mixAll = [&mix](const std::vector<int32_t>& v) {
+    CFactorHasher h;
+    h.Add(static_cast<uint64_t>(a.n));
+    // Two numbers a word.
+    const auto addAll = [&h](const std::vector<int32_t>& v) {
         size_t k = 0;
         for (; k + 1 < v.size(); k += 2)
-            mix(static_cast<uint64_t>(static_cast<uint32_t>(v[k])) << 32 | static_cast<uint32_t>(v[k + 1]));
-        if (k < v.size()) mix(static_cast<uint32_t>(v[k]));
-        mix(v.size());
+            h.Add(static_cast<uint64_t>(static_cast<uint32_t>(v[k])) << 32 | static_cast<uint32_t>(v[k + 1]));
+        if (k < v.size()) h.Add(static_cast<uint32_t>(v[k]));
+        h.Add(v.size());
     };
-    mixAll(a.start);
-    mixAll(a.row);
-    return h;
+    addAll(a.start);
+    addAll(a.row);
+    return h.Key().a;
 }
 
 }  // namespace
