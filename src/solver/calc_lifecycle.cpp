@@ -110,6 +110,9 @@ void CCalc::ClearSnapshots() {
 }
 
 bool CCalc::AllocMatrices() {
+    // New storage: nothing kept from the old may be put back into it.
+    m_AssemblyCopy.Drop();
+    m_LastEuler = CEulerSystem{};
     FreeMatrices();
     if (!NumberNodes()) return false;
     return AllocArrays();

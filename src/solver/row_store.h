@@ -40,7 +40,6 @@ public:
     unsigned char& AnyG(int i) { return m_AnyG[static_cast<size_t>(i)]; }
     unsigned char& AnyC(int i) { return m_AnyC[static_cast<size_t>(i)]; }
     unsigned char AnyG(int i) const { return m_AnyG[static_cast<size_t>(i)]; }
-    unsigned char AnyC(int i) const { return m_AnyC[static_cast<size_t>(i)]; }
     // The rows written since the last clear, in no particular order.
     const std::vector<int32_t>& WrittenRows() const { return m_Written; }
     size_t Entries() const;
