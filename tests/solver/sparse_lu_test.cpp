@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
+#include <iterator>
 #include <cstdlib>
 #include <random>
 #include <vector>
@@ -145,6 +147,48 @@ TEST(SparseLu, RefusesSingularSystems) {
     CSparseColumns none;
     none.Clear(0);
     EXPECT_TRUE(lu.Factor(none, 1e-12));
+}
+
+TEST(SparseLu, AMatrixMetAgainTakesItsNumbersBackBitForBit) {
+    // Three matrices of one pattern in turn, as a converter's Euler and
+    // trapezoidal steps of one state: each is refactored once, then its
+    // numbers come back and solve exactly as on the first time.
+    std::mt19937 rng(11);
+    const Dense base = RandomSystem(rng, 40);
+    const double scales[] = {1.0, 3.0, 0.5};
+    const int kinds = static_cast<int>(std::size(scales));
+    CSparseLu lu;
+    std::vector<std::vector<double>> first(kinds);
+    for (int round = 0; round < 4; ++round) {
+        for (int k = 0; k < kinds; ++k) {
+            Dense a = base;
+            for (int i = 0; i < 40; ++i) a[i][i] += scales[k];
+            ASSERT_TRUE(lu.Update(ColumnsOf(a), 1e-12));
+            std::vector<double> x(40, 1.0);
+            lu.Solve(x.data());
+            if (round == 0) {
+                ExpectClose(x, DenseSolve(a, std::vector<double>(40, 1.0)));
+                first[k] = x;
+            } else {
+                EXPECT_EQ(0, std::memcmp(x.data(), first[k].data(), x.size() * sizeof(double))) << k;
+            }
+        }
+    }
+    EXPECT_EQ(lu.NumbersReused(), 3 * kinds);
+    // A rounding threshold of its own is another matrix; so is one more than
+    // the numbers kept, which pushes the oldest out.
+    Dense a = base;
+    for (int i = 0; i < 40; ++i) a[i][i] += scales[0];
+    ASSERT_TRUE(lu.Update(ColumnsOf(a), 1e-11));
+    EXPECT_EQ(lu.NumbersReused(), 3 * kinds);
+    // A full factorisation chooses a new order: numbers of the old one never come back.
+    ASSERT_TRUE(lu.Factor(ColumnsOf(a), 1e-12));
+    ASSERT_TRUE(lu.Update(ColumnsOf(a), 1e-12));
+    EXPECT_EQ(lu.NumbersReused(), 3 * kinds + 1);  // the numbers Factor just made
+    Dense b = base;
+    for (int i = 0; i < 40; ++i) b[i][i] += scales[1];
+    ASSERT_TRUE(lu.Update(ColumnsOf(b), 1e-12));
+    EXPECT_EQ(lu.NumbersReused(), 3 * kinds + 1);
 }
 
 TEST(SparseLu, AChainIsFactoredWithoutFill) {
