@@ -1,9 +1,10 @@
 // The circuits of the speed comparison (bench/make_circuits.py writes them at
 // configure time into the build tree): N interleaved buck phases on one output
-// capacitor for 1 ms, and the 1000-section RC ladder for 0.1 ms, each a whole
+// capacitor for 10 ms, and the 1000-section RC ladder for 0.1 ms, each a whole
 // run through the C interface from opening the file. The phase series shows
-// how the time grows with the circuit; bench/compare_ngspice.sh runs the same
-// files against the peer simulator.
+// how the time grows with the circuit; it is judged over 10 ms, since the
+// first period of a run is mostly new factorisations of new states.
+// bench/compare_ngspice.sh runs the same files against the peer simulator.
 #include <benchmark/benchmark.h>
 
 #include <string>
@@ -28,15 +29,15 @@ bool RunFile(benchmark::State& state, const std::string& file, const char* trace
     return true;
 }
 
-void BM_MultiphaseBuck1ms(benchmark::State& state) {
+void BM_MultiphaseBuck10ms(benchmark::State& state) {
     const std::string file = "multiphase_buck_" + std::to_string(state.range(0)) + ".qz3";
     long points = 0;
     for (auto _ : state)
-        if (!RunFile(state, file, "Vout", 1e-3, points)) return;
+        if (!RunFile(state, file, "Vout", 10e-3, points)) return;
     state.counters["phases"] = double(state.range(0));
     state.counters["points_per_run"] = double(points) / state.iterations();
 }
-BENCHMARK(BM_MultiphaseBuck1ms)->RangeMultiplier(2)->Range(1, 32)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_MultiphaseBuck10ms)->RangeMultiplier(2)->Range(1, 32)->Unit(benchmark::kMillisecond);
 
 void BM_RcLadder1000(benchmark::State& state) {
     long points = 0;
