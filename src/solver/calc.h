@@ -189,6 +189,7 @@ public:
     bool AssembleInStretch();
     bool AssemblyCanBeKept() const;
     void ClearMatrices();
+    void ClearSourcesAndMarks();
     bool FinishAssembly();
     void InitNodeGroups();
     void JoinPinGroups(const int* nodes, const int* pinGroups, int pinCount);

@@ -30,17 +30,21 @@ bool CCalc::AssembleInStretch() {
         m_AssemblyCopy.PutBack(m_Rows, VecB);
         m_RowsAssembly = m_AssemblyCopy.Id();
         ++m_AssemblyReuses;
-        // What ClearMatrices zeros for the phases that follow an assembly.
-        const size_t n = static_cast<size_t>(m_Size);
-        std::memset(VecE, 0, n * sizeof(double));
-        std::memset(VecEIm, 0, n * sizeof(double));
-        std::memset(NodeBad, 0, n);
+        ClearSourcesAndMarks();
         return true;
     }
     if (!Assemble()) return false;
     const bool search = m_AssemblyKeepable && m_State == StateFirst;
     if (stretch || search) m_AssemblyCopy.Take(m_Rows, VecB, m_Size, m_RowsAssembly);
     return true;
+}
+
+// What the phases after an assembly fill in anew: the sources and the marks of a solve.
+void CCalc::ClearSourcesAndMarks() {
+    const size_t n = static_cast<size_t>(m_Size);
+    std::memset(VecE, 0, n * sizeof(double));
+    std::memset(VecEIm, 0, n * sizeof(double));
+    std::memset(NodeBad, 0, n);
 }
 
 // Only the row store is copied: a small circuit's dense elimination works in
@@ -62,10 +66,8 @@ void CCalc::ClearMatrices() {
         std::memset(m_FlagBlock, 0, 2 * n * n);
         m_MatrixDirty = false;
     }
-    std::memset(VecE, 0, n * sizeof(double));
-    std::memset(VecEIm, 0, n * sizeof(double));
+    ClearSourcesAndMarks();
     std::memset(VecB, 0, n * sizeof(double));
-    std::memset(NodeBad, 0, n);
     std::memset(RowOff, 0, n);
     std::memset(RowInput, 0, n);
     std::memset(NodeDriver, 0, m * sizeof(CNodeDriver));
