@@ -83,9 +83,7 @@ bool CSparseLu::Factor(const CSparseColumns& a, double tiny) {
     }
     m_PatternStart = a.start;
     m_PatternRow = a.row;
-    m_Now.input = a.value;
-    m_Now.tiny = tiny;
-    m_Now.valid = true;
+    NumbersMadeFrom(a, tiny);
     m_Ready = true;
     m_FoundSingular = false;
     return true;
@@ -187,9 +185,7 @@ bool CSparseLu::Refactor(const CSparseColumns& a, double tiny) {
     KeepPresentNumbers();
     m_Ready = false;
     if (!ComputeNumbers(a, tiny)) return false;
-    m_Now.input = a.value;
-    m_Now.tiny = tiny;
-    m_Now.valid = true;
+    NumbersMadeFrom(a, tiny);
     m_Ready = true;
     return true;
 }
@@ -236,6 +232,13 @@ bool CSparseLu::TakeKeptNumbers(const CSparseColumns& a, double tiny) {
         return true;
     }
     return false;
+}
+
+// The present numbers are those of a at this threshold.
+void CSparseLu::NumbersMadeFrom(const CSparseColumns& a, double tiny) {
+    m_Now.input = a.value;
+    m_Now.tiny = tiny;
+    m_Now.valid = true;
 }
 
 // Sets the present numbers aside and leaves room for new ones over the same places.

@@ -94,6 +94,7 @@ private:
     void ClearWork(int top);
     bool TakeKeptNumbers(const CSparseColumns& a, double tiny);
     void KeepPresentNumbers();
+    void NumbersMadeFrom(const CSparseColumns& a, double tiny);
     void ForgetNumbers();
     bool ComputeNumbers(const CSparseColumns& a, double tiny);
 
